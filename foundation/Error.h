@@ -10,8 +10,8 @@ namespace orvane::foundation {
 struct Error {
     std::string domain;
     std::int64_t code = 0;
-    std::string description;     // the localized description, shown as the alert's title
-    std::string failureReason;   // why it failed; may be empty
+    std::string description;    // the localized description, shown as the alert's title
+    std::string failureReason;  // why it failed; may be empty
 
     // One line for logs: "domain code: description (failure reason)".
     std::string message() const;

@@ -29,7 +29,9 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
 }
 
 // The leading number of a string, as strtod reads it; 0 when there is none.
-double parseNumber(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
+double parseNumber(const std::string& text) {
+    return std::strtod(text.c_str(), nullptr);
+}
 
 std::int64_t toInteger(double value) {
     if (std::isnan(value)) {
@@ -56,8 +58,8 @@ bool UserDefaults::boolForKey(std::string_view key) const {
                           [](std::int64_t v) { return v != 0; },
                           [](double v) { return v != 0.0; },
                           [](const std::string& v) {
-                              return equalsIgnoringCase(v, "yes") || equalsIgnoringCase(v, "true") ||
-                                     parseNumber(v) != 0.0;
+                              return equalsIgnoringCase(v, "yes") ||
+                                     equalsIgnoringCase(v, "true") || parseNumber(v) != 0.0;
                           },
                           [](const StringArray&) { return false; },
                           [](const Blob&) { return false; },
@@ -106,23 +108,20 @@ std::optional<std::string> UserDefaults::stringForKey(std::string_view key) cons
     if (!value) {
         return std::nullopt;
     }
-    return std::visit(Overloaded{
-                          [](bool v) -> std::optional<std::string> { return v ? "1" : "0"; },
-                          [](std::int64_t v) -> std::optional<std::string> {
-                              return std::to_string(v);
-                          },
-                          [](double v) -> std::optional<std::string> {
-                              char buffer[32];
-                              auto result = std::to_chars(buffer, buffer + sizeof buffer, v);
-                              return std::string(buffer, result.ptr);
-                          },
-                          [](const std::string& v) -> std::optional<std::string> { return v; },
-                          [](const StringArray&) -> std::optional<std::string> {
-                              return std::nullopt;
-                          },
-                          [](const Blob&) -> std::optional<std::string> { return std::nullopt; },
-                      },
-                      *value);
+    return std::visit(
+        Overloaded{
+            [](bool v) -> std::optional<std::string> { return v ? "1" : "0"; },
+            [](std::int64_t v) -> std::optional<std::string> { return std::to_string(v); },
+            [](double v) -> std::optional<std::string> {
+                char buffer[32];
+                auto result = std::to_chars(buffer, buffer + sizeof buffer, v);
+                return std::string(buffer, result.ptr);
+            },
+            [](const std::string& v) -> std::optional<std::string> { return v; },
+            [](const StringArray&) -> std::optional<std::string> { return std::nullopt; },
+            [](const Blob&) -> std::optional<std::string> { return std::nullopt; },
+        },
+        *value);
 }
 
 std::optional<StringArray> UserDefaults::stringArrayForKey(std::string_view key) const {
@@ -145,9 +144,13 @@ std::optional<Blob> UserDefaults::dataForKey(std::string_view key) const {
     return std::nullopt;
 }
 
-void UserDefaults::setBool(std::string_view key, bool value) { setObject(key, value); }
+void UserDefaults::setBool(std::string_view key, bool value) {
+    setObject(key, value);
+}
 
-void UserDefaults::setInteger(std::string_view key, std::int64_t value) { setObject(key, value); }
+void UserDefaults::setInteger(std::string_view key, std::int64_t value) {
+    setObject(key, value);
+}
 
 void UserDefaults::setFloat(std::string_view key, float value) {
     char buffer[32];
@@ -157,7 +160,9 @@ void UserDefaults::setFloat(std::string_view key, float value) {
     setObject(key, widened);
 }
 
-void UserDefaults::setDouble(std::string_view key, double value) { setObject(key, value); }
+void UserDefaults::setDouble(std::string_view key, double value) {
+    setObject(key, value);
+}
 
 void UserDefaults::setString(std::string_view key, std::optional<std::string> value) {
     if (value) {

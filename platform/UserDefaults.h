@@ -21,7 +21,7 @@ using StringArray = std::vector<std::string>;
 using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, StringArray, Blob>;
 
 class UserDefaults {
-public:
+  public:
     virtual ~UserDefaults() = default;
 
     // The stored value, or nothing when the key is absent.

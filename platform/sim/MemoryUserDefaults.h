@@ -9,12 +9,12 @@
 namespace orvane::platform {
 
 class MemoryUserDefaults final : public UserDefaults {
-public:
+  public:
     std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
     void setObject(std::string_view key, std::optional<DefaultsValue> value) override;
     std::vector<std::string> allKeys() const override;
 
-private:
+  private:
     mutable std::mutex _mutex;
     std::map<std::string, DefaultsValue, std::less<>> _values;
 };
