@@ -1,0 +1,42 @@
+// Fakes and helpers shared by the settings store tests.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/sim/MemoryUserDefaults.h"
+
+namespace orvane::screen::testing {
+
+// An in-memory store that also remembers the order in which keys were written.
+class RecordingDefaults final : public platform::UserDefaults {
+  public:
+    std::optional<platform::DefaultsValue> objectForKey(std::string_view key) const override {
+        return _store.objectForKey(key);
+    }
+    void setObject(std::string_view key, std::optional<platform::DefaultsValue> value) override {
+        _written.emplace_back(key);
+        _store.setObject(key, std::move(value));
+    }
+    std::vector<std::string> allKeys() const override { return _store.allKeys(); }
+
+    const std::vector<std::string>& written() const { return _written; }
+    void clearWritten() { _written.clear(); }
+
+  private:
+    platform::MemoryUserDefaults _store;
+    std::vector<std::string> _written;
+};
+
+// Every key and its stored value, for comparing a whole store before and after.
+inline std::map<std::string, platform::DefaultsValue> snapshot(
+    const platform::UserDefaults& defaults) {
+    std::map<std::string, platform::DefaultsValue> values;
+    for (const auto& key : defaults.allKeys()) {
+        values.emplace(key, *defaults.objectForKey(key));
+    }
+    return values;
+}
+
+}  // namespace orvane::screen::testing
