@@ -1,9 +1,13 @@
 // The orvane command.
-#include <CLI/CLI.hpp>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "app/command_line.h"
+#include "foundation/strings.h"
 
 int main(int argc, char** argv) {
-    CLI::App app{"Orvane: a camera that stamps what it records", "orvane"};
-    app.set_version_flag("--version", std::string("orvane ") + ORVANE_VERSION);
-    CLI11_PARSE(app, argc, argv);
-    return 0;
+    orvane::foundation::initializeStrings();
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    return orvane::app::runCommandLine(arguments, std::cout, std::cerr);
 }

@@ -1,0 +1,155 @@
+#include "app/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <optional>
+
+#include "app/settings_command.h"
+#include "app/settings_values.h"
+#include "foundation/strings.h"
+#include "platform/linux/JsonFileUserDefaults.h"
+#include "screen/settings_reset.h"
+
+namespace orvane::app {
+
+namespace {
+
+enum class Command { None, List, Get, Set, ResetStamp };
+
+struct Request {
+    Command command = Command::None;
+    std::string configDirectory;
+    std::string key;
+    std::vector<std::string> words;
+};
+
+// A command whose key and value are known good, ready to run on the store.
+struct Prepared {
+    const screen::SettingKey* key = nullptr;
+    screen::SettingValue value;
+};
+
+std::optional<Prepared> prepare(const Request& request, std::ostream& err) {
+    Prepared prepared;
+    if (request.command != Command::Get && request.command != Command::Set) {
+        return prepared;
+    }
+    prepared.key = screen::findSettingKey(request.key);
+    if (!prepared.key) {
+        err << "orvane: unknown settings key \"" << request.key
+            << "\" (orvane settings list shows them all)\n";
+        return std::nullopt;
+    }
+    if (request.command == Command::Set) {
+        auto parsed = parseSettingValue(*prepared.key, request.words);
+        if (!parsed.value) {
+            err << "orvane: \"" << request.key << "\" " << parsed.problem
+                << "; nothing was changed\n";
+            return std::nullopt;
+        }
+        prepared.value = std::move(*parsed.value);
+    }
+    return prepared;
+}
+
+void addConfigOption(CLI::App& app, Request& request) {
+    app.add_option("--config-dir", request.configDirectory,
+                   "Folder of the settings store (default: $XDG_CONFIG_HOME/orvane)")
+        ->envname("ORVANE_CONFIG_DIR");
+}
+
+void addSettingsCommands(CLI::App& app, Request& request) {
+    auto* settings = app.add_subcommand("settings", "Show and change the stored settings");
+    settings->require_subcommand(1);
+    settings->fallthrough();
+
+    auto* list = settings->add_subcommand("list", "Every key with the value the program reads");
+    list->callback([&request] { request.command = Command::List; });
+
+    auto* get = settings->add_subcommand("get", "The value of one key, through its reading rule");
+    get->add_option("key", request.key, "Settings key")->required();
+    get->callback([&request] { request.command = Command::Get; });
+
+    auto* set = settings->add_subcommand("set", "Store a value, typed by the key");
+    set->add_option("key", request.key, "Settings key")->required();
+    set->add_option("value", request.words, "The value; a list takes any number of items")
+        ->expected(0, -1);
+    set->callback([&request] { request.command = Command::Set; });
+
+    auto* reset = settings->add_subcommand("reset-stamp", "Return the stamp to its first state");
+    reset->callback([&request] { request.command = Command::ResetStamp; });
+
+    for (auto* command : {list, get, set, reset}) {
+        command->fallthrough();
+    }
+}
+
+}  // namespace
+
+int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
+                   const CommandEnvironment& environment) {
+    CLI::App app{"Orvane: a camera that stamps what it records", "orvane"};
+    app.set_version_flag("--version", std::string("orvane ") + ORVANE_VERSION);
+    Request request;
+    addConfigOption(app, request);
+    addSettingsCommands(app, request);
+
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    try {
+        app.parse(reversed);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e, out, err);
+    }
+    if (request.command == Command::None) {
+        out << app.help();
+        return 0;
+    }
+
+    auto prepared = prepare(request, err);
+    if (!prepared) {
+        return 1;
+    }
+
+    const std::filesystem::path directory = request.configDirectory.empty()
+                                                ? platform::JsonFileUserDefaults::defaultDirectory()
+                                                : std::filesystem::path(request.configDirectory);
+    auto opened = environment.openStore(directory);
+    if (auto message = opened->recoveryMessage()) {
+        err << "orvane: " << *message << "\n";
+    }
+    const std::string language = environment.languageCode.empty()
+                                     ? foundation::preferredLanguageCode()
+                                     : environment.languageCode;
+    auto& cache = environment.cache ? *environment.cache : screen::SettingsCache::shared();
+    screen::SettingsStore store(opened->defaults(), cache);
+    screen::loadSettingsAtLaunch(store, environment.device, language);
+
+    switch (request.command) {
+        case Command::List:
+            listSettings(store, freshSettingValues(environment.device, language), out);
+            break;
+        case Command::Get:
+            getSetting(store, *prepared->key, out);
+            break;
+        case Command::Set:
+            setSetting(store, *prepared->key, prepared->value);
+            break;
+        case Command::ResetStamp:
+            screen::resetTextSettings(store, language);
+            break;
+        case Command::None:
+            break;
+    }
+
+    if (auto error = opened->lastWriteError()) {
+        err << "orvane: ";
+        if (request.command == Command::Set) {
+            err << "\"" << request.key << "\" was not saved: ";
+        }
+        err << "could not write " << opened->location() << ": " << error->message() << "\n";
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace orvane::app
