@@ -1,0 +1,568 @@
+#include "platform/linux/JsonFileUserDefaults.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <limits>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
+
+#include "foundation/log.h"
+
+namespace orvane::platform {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+std::string readBytes(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream out;
+    out << in.rdbuf();
+    return out.str();
+}
+
+void writeBytes(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// "defaults.json.broken-YYYYMMDD-HHMMSS", possibly followed by "-N".
+bool isMovedName(const std::string& name) {
+    const std::string prefix = "defaults.json.broken-";
+    const std::string shape = "dddddddd-dddddd";
+    if (name.size() < prefix.size() + shape.size() || name.compare(0, prefix.size(), prefix)) {
+        return false;
+    }
+    for (size_t i = 0; i < name.size() - prefix.size(); ++i) {
+        const char c = name[prefix.size() + i];
+        const char expected = i < shape.size() ? shape[i] : (i == shape.size() ? '-' : 'd');
+        if (expected == 'd' ? !std::isdigit(static_cast<unsigned char>(c)) : c != expected) {
+            return false;
+        }
+    }
+    return name.size() != prefix.size() + shape.size() + 1;
+}
+
+class JsonFileUserDefaultsTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "orvane-json-XXXXXX").string();
+        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+        root = pattern;
+        dir = root / "orvane";
+        foundation::setLogSink([this](const std::string& line) {
+            std::lock_guard lock(logMutex);
+            logLines.push_back(line);
+        });
+    }
+    void TearDown() override {
+        foundation::setLogSink({});
+        fs::remove_all(root);
+    }
+
+    // Files beside the store other than the store and its lock.
+    std::vector<fs::path> strayFiles(const fs::path& where) const {
+        std::vector<fs::path> stray;
+        for (const auto& entry : fs::directory_iterator(where)) {
+            const auto name = entry.path().filename().string();
+            if (name != "defaults.json" && name != "defaults.json.lock") {
+                stray.push_back(entry.path());
+            }
+        }
+        return stray;
+    }
+    Json fileJson() const { return Json::parse(readBytes(dir / "defaults.json")); }
+
+    fs::path root;
+    fs::path dir;
+    std::mutex logMutex;
+    std::vector<std::string> logLines;
+};
+
+TEST_F(JsonFileUserDefaultsTest, EveryShapeSurvivesANewInstance) {
+    Blob allBytes;
+    for (int i = 0; i < 256; ++i) {
+        allBytes.push_back(static_cast<std::uint8_t>(i));
+    }
+    const std::vector<std::pair<std::string, DefaultsValue>> rows = {
+        {"boolTrue", true},
+        {"boolFalse", false},
+        {"int", std::int64_t{42}},
+        {"intMin", std::numeric_limits<std::int64_t>::min()},
+        {"intMax", std::numeric_limits<std::int64_t>::max()},
+        {"double", -2.5e-7},
+        {"doubleHuge", 1e300},
+        {"string", std::string("Ünïcode \"quoted\"\n\ttabbed 东方")},
+        {"stringEmpty", std::string()},
+        {"strings", StringArray{"a", "", "#tag"}},
+        {"stringsEmpty", StringArray{}},
+        {"blobEmpty", Blob{}},
+        {"blob1", Blob{0xFF}},
+        {"blob2", Blob{0x00, 0x10}},
+        {"blob3", Blob{1, 2, 3}},
+        {"blob4", Blob{0xFF, 0x00, 0x00, 0xFF}},
+        {"blobAll", allBytes},
+    };
+    {
+        JsonFileUserDefaults store(dir);
+        for (const auto& [key, value] : rows) {
+            store.setObject(key, value);
+            EXPECT_FALSE(store.lastWriteError()) << key;
+        }
+    }
+    JsonFileUserDefaults reopened(dir);
+    EXPECT_FALSE(reopened.recoveryMessage());
+    for (const auto& [key, value] : rows) {
+        EXPECT_EQ(reopened.objectForKey(key), value) << key;
+    }
+    const auto keys = reopened.allKeys();
+    EXPECT_EQ(keys.size(), rows.size());
+    EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+    EXPECT_TRUE(logLines.empty());
+    // The documented blob form, readable by a person or a script.
+    EXPECT_EQ(fileJson()["blob3"], Json({{"data", "AQID"}}));
+}
+
+TEST_F(JsonFileUserDefaultsTest, NumbersKeepTheirKindAndShortestText) {
+    {
+        JsonFileUserDefaults store(dir);
+        store.setFloat("MapOpacity", 0.4f);
+        store.setDouble("whole", 1.0);
+        store.setDouble("nan", std::nan(""));
+        store.setDouble("inf", -INFINITY);
+        store.setInteger("integer", 1);
+    }
+    const std::string text = readBytes(dir / "defaults.json");
+    EXPECT_NE(text.find("\"MapOpacity\": 0.4,"), std::string::npos) << text;
+    EXPECT_NE(text.find("\"whole\": 1.0"), std::string::npos) << text;
+    EXPECT_NE(text.find('\n'), std::string::npos) << "pretty-printed for people";
+
+    JsonFileUserDefaults reopened(dir);
+    EXPECT_EQ(reopened.floatForKey("MapOpacity"), 0.4f);
+    EXPECT_EQ(reopened.objectForKey("whole"), DefaultsValue(1.0));
+    EXPECT_EQ(reopened.objectForKey("integer"), DefaultsValue(std::int64_t{1}));
+    EXPECT_TRUE(std::isnan(reopened.doubleForKey("nan")));
+    EXPECT_EQ(reopened.doubleForKey("inf"), -INFINITY);
+}
+
+TEST_F(JsonFileUserDefaultsTest, RemovingAKeyRemovesItFromTheFile) {
+    {
+        JsonFileUserDefaults store(dir);
+        store.setString("SavedLocationType", "gps2");
+        store.setBool("haveinit", true);
+        store.setString("SavedLocationType", std::nullopt);
+        EXPECT_FALSE(store.objectForKey("SavedLocationType"));
+    }
+    EXPECT_FALSE(fileJson().contains("SavedLocationType"));
+    JsonFileUserDefaults reopened(dir);
+    EXPECT_EQ(reopened.allKeys(), std::vector<std::string>{"haveinit"});
+}
+
+TEST_F(JsonFileUserDefaultsTest, TextThatIsNotUtf8IsSavedWithReplacementAndReported) {
+    {
+        JsonFileUserDefaults store(dir);
+        store.setString("InputText", std::string("ok\xFF"));
+        EXPECT_FALSE(store.lastWriteError());
+        EXPECT_EQ(store.stringForKey("InputText"), std::string("ok\xFF")) << "kept for this run";
+    }
+    ASSERT_EQ(logLines.size(), 1u);
+    EXPECT_NE(logLines[0].find("\"InputText\""), std::string::npos);
+    JsonFileUserDefaults reopened(dir);
+    EXPECT_FALSE(reopened.recoveryMessage());
+    EXPECT_EQ(reopened.stringForKey("InputText"), "ok\xEF\xBF\xBD");
+}
+
+class ScopedEnvironment {
+  public:
+    explicit ScopedEnvironment(const char* name) : _name(name) {
+        if (const char* value = std::getenv(name)) {
+            _saved = value;
+        }
+    }
+    ~ScopedEnvironment() {
+        if (_saved) {
+            ::setenv(_name, _saved->c_str(), 1);
+        } else {
+            ::unsetenv(_name);
+        }
+    }
+    void set(const char* value) {
+        if (value) {
+            ::setenv(_name, value, 1);
+        } else {
+            ::unsetenv(_name);
+        }
+    }
+
+  private:
+    const char* _name;
+    std::optional<std::string> _saved;
+};
+
+TEST(JsonFileUserDefaultsDirectory, FollowsXdgConfigHomeThenHome) {
+    struct Row {
+        const char* xdg;
+        const char* home;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {"/cfg", "/home/u", "/cfg/orvane"},
+        {"", "/home/u", "/home/u/.config/orvane"},
+        {nullptr, "/home/u", "/home/u/.config/orvane"},
+        {"relative/cfg", "/home/u", "/home/u/.config/orvane"},
+    };
+    ScopedEnvironment xdg("XDG_CONFIG_HOME");
+    ScopedEnvironment home("HOME");
+    for (const auto& row : rows) {
+        xdg.set(row.xdg);
+        home.set(row.home);
+        EXPECT_EQ(JsonFileUserDefaults::defaultDirectory(), fs::path(row.expected))
+            << (row.xdg ? row.xdg : "(unset)");
+    }
+}
+
+TEST_F(JsonFileUserDefaultsTest, BrokenFilesAreMovedAsideUnchanged) {
+    const std::pair<const char*, std::string> rows[] = {
+        {"truncated", "{\n    \"haveinit\": true,\n    \"UIMode\": "},
+        {"array at top level", "[\"haveinit\", true]"},
+        {"binary garbage", std::string("\x89PNG\r\n\x1a\n\0\0\xff\xfe", 12)},
+        {"not UTF-8 inside a string", "{\"InputText\": \"caf\xE9\"}"},
+    };
+    for (const auto& [what, bytes] : rows) {
+        SCOPED_TRACE(what);
+        fs::create_directories(dir);
+        writeBytes(dir / "defaults.json", bytes);
+        logLines.clear();
+
+        JsonFileUserDefaults store(dir);
+        EXPECT_TRUE(store.allKeys().empty()) << "goes on with defaults";
+        const auto stray = strayFiles(dir);
+        ASSERT_EQ(stray.size(), 1u);
+        const fs::path moved = stray[0];
+        EXPECT_TRUE(isMovedName(moved.filename().string())) << moved;
+        EXPECT_EQ(readBytes(moved), bytes);
+        EXPECT_FALSE(fs::exists(dir / "defaults.json"));
+
+        ASSERT_TRUE(store.recoveryMessage());
+        EXPECT_NE(store.recoveryMessage()->find(moved.string()), std::string::npos);
+        ASSERT_EQ(logLines.size(), 1u);
+        EXPECT_EQ(logLines[0], *store.recoveryMessage());
+
+        store.setBool("haveinit", true);
+        EXPECT_FALSE(store.lastWriteError());
+        EXPECT_EQ(fileJson(), Json({{"haveinit", true}}));
+        EXPECT_EQ(readBytes(moved), bytes);
+        fs::remove_all(dir);
+    }
+}
+
+TEST_F(JsonFileUserDefaultsTest, FileBrokenWhileRunningIsMovedAsideAndThisRunKeepsItsValues) {
+    JsonFileUserDefaults store(dir);
+    store.setInteger("UIMode", 1);
+    writeBytes(dir / "defaults.json", "{\"UIMode\": 2,");  // a hand edit gone wrong
+    store.setBool("ShowGrid", true);
+    ASSERT_TRUE(store.recoveryMessage());
+    ASSERT_EQ(strayFiles(dir).size(), 1u);
+    EXPECT_EQ(readBytes(strayFiles(dir)[0]), "{\"UIMode\": 2,");
+    EXPECT_EQ(fileJson(), Json({{"UIMode", 1}, {"ShowGrid", true}}));
+}
+
+TEST_F(JsonFileUserDefaultsTest, AnEmptyFileIsAnEmptyStore) {
+    for (const char* bytes : {"", " \n\t\n"}) {
+        fs::create_directories(dir);
+        writeBytes(dir / "defaults.json", bytes);
+        JsonFileUserDefaults store(dir);
+        EXPECT_FALSE(store.recoveryMessage());
+        EXPECT_TRUE(store.allKeys().empty());
+        EXPECT_TRUE(strayFiles(dir).empty());
+        store.setInteger("UIMode", 1);
+        EXPECT_EQ(fileJson(), Json({{"UIMode", 1}}));
+        fs::remove_all(dir);
+    }
+}
+
+TEST_F(JsonFileUserDefaultsTest, MovedNameIsUniqueWhenTaken) {
+    // Occupy the plain names of the next few seconds so the move must pick another.
+    fs::create_directories(dir);
+    const auto now = std::chrono::system_clock::now();
+    std::vector<fs::path> occupied;
+    for (int second = 0; second < 5; ++second) {
+        const std::time_t t =
+            std::chrono::system_clock::to_time_t(now + std::chrono::seconds(second));
+        std::tm local{};
+        localtime_r(&t, &local);
+        char stamp[32];
+        std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &local);
+        occupied.push_back(dir / (std::string("defaults.json.broken-") + stamp));
+        writeBytes(occupied.back(), "older");
+    }
+    writeBytes(dir / "defaults.json", "{");
+    JsonFileUserDefaults store(dir);
+    ASSERT_TRUE(store.recoveryMessage());
+    for (const auto& path : occupied) {
+        EXPECT_EQ(readBytes(path), "older");
+    }
+    bool found = false;
+    for (const auto& path : occupied) {
+        if (fs::exists(path.string() + "-2")) {
+            found = true;
+            EXPECT_EQ(readBytes(path.string() + "-2"), "{");
+        }
+    }
+    EXPECT_TRUE(found) << *store.recoveryMessage();
+}
+
+TEST_F(JsonFileUserDefaultsTest, BrokenFileThatCannotMoveIsNeverOverwritten) {
+    // A folder so deep that the file's own path fits the system's limit but its moved name
+    // does not: the rename fails and the store must leave the file alone.
+    fs::path deep = root;
+    while (deep.string().size() < 4070) {
+        const size_t room = 4070 - deep.string().size() - 1;
+        deep /= std::string(std::min<size_t>(room, 200), 'd');
+    }
+    fs::create_directories(deep);
+    const std::string bytes = "{\"haveinit\": tru";
+    writeBytes(deep / "defaults.json", bytes);
+
+    JsonFileUserDefaults store(deep);
+    ASSERT_TRUE(store.recoveryMessage());
+    EXPECT_NE(store.recoveryMessage()->find("could not be moved aside"), std::string::npos);
+    store.setBool("haveinit", true);
+    EXPECT_TRUE(store.boolForKey("haveinit")) << "kept in memory for this run";
+    ASSERT_TRUE(store.lastWriteError());
+    EXPECT_EQ(store.lastWriteError()->code, ENAMETOOLONG);
+    EXPECT_EQ(readBytes(deep / "defaults.json"), bytes);
+    EXPECT_TRUE(strayFiles(deep).empty());
+}
+
+TEST_F(JsonFileUserDefaultsTest, UnreadableFileIsLeftInPlace) {
+    fs::create_directories(dir / "defaults.json");  // a folder where the file should be
+    JsonFileUserDefaults store(dir);
+    ASSERT_TRUE(store.recoveryMessage());
+    store.setInteger("UIMode", 1);
+    EXPECT_EQ(store.integerForKey("UIMode"), 1);
+    ASSERT_TRUE(store.lastWriteError());
+    EXPECT_TRUE(fs::is_directory(dir / "defaults.json"));
+    EXPECT_TRUE(fs::is_empty(dir / "defaults.json"));
+}
+
+TEST_F(JsonFileUserDefaultsTest, UnknownShapesAreKeptVerbatimAndReportedOnce) {
+    const Json unknown = {
+        {"nullValue", nullptr},
+        {"nested", {{"a", Json::array({1, {{"b", nullptr}}, "c"})}}},
+        {"mixedArray", Json::array({1, "x"})},
+        {"badBase64", {{"data", "!!"}}},
+        {"twoMembers", {{"data", "AA=="}, {"kind", "colour"}}},
+        {"beyondInt64", std::uint64_t{18446744073709551615u}},
+    };
+    Json document = unknown;
+    document["UIMode"] = 1;
+    fs::create_directories(dir);
+    writeBytes(dir / "defaults.json", document.dump());
+
+    JsonFileUserDefaults store(dir);
+    JsonFileUserDefaults other(dir);
+    EXPECT_FALSE(store.recoveryMessage());
+    EXPECT_EQ(store.allKeys(), std::vector<std::string>{"UIMode"});
+    EXPECT_FALSE(store.objectForKey("nested"));
+    EXPECT_EQ(logLines.size(), 2 * unknown.size()) << "one line per key and instance";
+    for (const auto& [key, value] : unknown.items()) {
+        EXPECT_EQ(std::count_if(logLines.begin(), logLines.end(),
+                                [&](const std::string& line) {
+                                    return line.find('"' + key + '"') != std::string::npos;
+                                }),
+                  2)
+            << key;
+    }
+
+    // `other` changes the file, so `store` merges with it on its write: nothing is logged anew.
+    logLines.clear();
+    other.setInteger("UIMode", 2);
+    store.setBool("haveinit", true);
+    EXPECT_TRUE(logLines.empty());
+    Json expected = unknown;
+    expected["UIMode"] = 2;
+    expected["haveinit"] = true;
+    EXPECT_EQ(fileJson(), expected);
+
+    // Writing over an unknown value replaces it.
+    store.setInteger("nullValue", 5);
+    EXPECT_EQ(fileJson()["nullValue"], 5);
+}
+
+TEST_F(JsonFileUserDefaultsTest, TwoInstancesKeepEachOthersKeys) {
+    JsonFileUserDefaults camera(dir);
+    JsonFileUserDefaults command(dir);
+    camera.setInteger("UIMode", 1);
+    command.setInteger("MapType", 2);
+    camera.setBool("ShowGrid", true);
+    command.setObject("UIMode", std::nullopt);
+    camera.setInteger("ASUnits", 1);
+    EXPECT_EQ(fileJson(), Json({{"MapType", 2}, {"ShowGrid", true}, {"ASUnits", 1}}));
+    // Reads come from memory until the next write: `camera` has seen the removal by now.
+    EXPECT_FALSE(camera.objectForKey("UIMode"));
+    EXPECT_FALSE(command.objectForKey("ASUnits"));
+}
+
+TEST_F(JsonFileUserDefaultsTest, SameValueRewritesOnlyWhenTheFileDiffers) {
+    JsonFileUserDefaults camera(dir);
+    JsonFileUserDefaults command(dir);
+    camera.setInteger("UIMode", 1);
+    const std::string file = (dir / "defaults.json").string();
+    struct stat before {};
+    ASSERT_EQ(::stat(file.c_str(), &before), 0);
+    camera.setInteger("UIMode", 1);
+    struct stat after {};
+    ASSERT_EQ(::stat(file.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino) << "nothing to write";
+
+    // `camera` still believes 1, but the file says 2: its setting 1 must reach the file.
+    command.setInteger("UIMode", 2);
+    camera.setInteger("UIMode", 1);
+    EXPECT_EQ(fileJson(), Json({{"UIMode", 1}}));
+}
+
+TEST_F(JsonFileUserDefaultsTest, LinkedFileIsWrittenWhereItPoints) {
+    const fs::path dotfiles = root / "dotfiles";
+    fs::create_directories(dotfiles);
+    fs::create_directories(dir);
+    writeBytes(dotfiles / "orvane.json", "{\"UIMode\": 1}");
+    fs::create_symlink(dotfiles / "orvane.json", dir / "defaults.json");
+    JsonFileUserDefaults store(dir);
+    EXPECT_EQ(store.integerForKey("UIMode"), 1);
+    store.setBool("ShowGrid", true);
+    EXPECT_TRUE(fs::is_symlink(dir / "defaults.json"));
+    EXPECT_EQ(Json::parse(readBytes(dotfiles / "orvane.json")),
+              Json({{"UIMode", 1}, {"ShowGrid", true}}));
+}
+
+TEST_F(JsonFileUserDefaultsTest, ProcessesWritingAtOnceLoseNothing) {
+    constexpr int kProcesses = 4;
+    constexpr int kKeys = 20;
+    std::vector<pid_t> children;
+    std::fflush(nullptr);  // children must not repeat the test runner's buffered output
+    for (int p = 0; p < kProcesses; ++p) {
+        const pid_t pid = ::fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            JsonFileUserDefaults store(dir);
+            for (int k = 0; k < kKeys; ++k) {
+                store.setInteger("p" + std::to_string(p) + "k" + std::to_string(k), k);
+                if (store.lastWriteError()) {
+                    ::_exit(1);
+                }
+            }
+            ::_exit(0);
+        }
+        children.push_back(pid);
+    }
+    for (pid_t pid : children) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    JsonFileUserDefaults reopened(dir);
+    EXPECT_EQ(reopened.allKeys().size(), size_t{kProcesses * kKeys});
+    EXPECT_EQ(reopened.integerForKey("p3k19"), 19);
+}
+
+TEST_F(JsonFileUserDefaultsTest, ThreadsOfTwoInstancesWritingAtOnceLoseNothing) {
+    constexpr int kThreads = 6;
+    constexpr int kKeys = 15;
+    JsonFileUserDefaults first(dir);
+    JsonFileUserDefaults second(dir);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            JsonFileUserDefaults& store = t % 2 ? first : second;
+            for (int k = 0; k < kKeys; ++k) {
+                const std::string key = "t" + std::to_string(t) + "k" + std::to_string(k);
+                store.setInteger(key, k);
+                EXPECT_EQ(store.integerForKey(key), k);
+                (void)store.allKeys();
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_FALSE(first.lastWriteError());
+    EXPECT_FALSE(second.lastWriteError());
+    JsonFileUserDefaults reopened(dir);
+    EXPECT_EQ(reopened.allKeys().size(), size_t{kThreads * kKeys});
+}
+
+// Lowers the file size limit so writes past it fail with EFBIG instead of a signal.
+class ScopedFileSizeLimit {
+  public:
+    explicit ScopedFileSizeLimit(rlim_t bytes) {
+        ::getrlimit(RLIMIT_FSIZE, &_saved);
+        _savedHandler = ::signal(SIGXFSZ, SIG_IGN);
+        rlimit lowered = _saved;
+        lowered.rlim_cur = bytes;
+        ::setrlimit(RLIMIT_FSIZE, &lowered);
+    }
+    ~ScopedFileSizeLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &_saved);
+        ::signal(SIGXFSZ, _savedHandler);
+    }
+
+  private:
+    rlimit _saved{};
+    sighandler_t _savedHandler;
+};
+
+TEST_F(JsonFileUserDefaultsTest, FailedWriteKeepsTheOldFileAndTheNewValueInMemory) {
+    JsonFileUserDefaults store(dir);
+    store.setString("FileNamePrefix", "IMG");
+    const std::string before = readBytes(dir / "defaults.json");
+    {
+        ScopedFileSizeLimit limit(before.size() + 16);
+        logLines.clear();
+        store.setString("InputText", std::string(200, 'x'));
+    }
+    EXPECT_EQ(readBytes(dir / "defaults.json"), before);
+    EXPECT_TRUE(strayFiles(dir).empty()) << "temporary file removed";
+    EXPECT_EQ(store.stringForKey("InputText"), std::string(200, 'x'));
+    ASSERT_TRUE(store.lastWriteError());
+    EXPECT_EQ(store.lastWriteError()->domain, "Orvane.Settings");
+    EXPECT_EQ(store.lastWriteError()->code, EFBIG);
+    EXPECT_EQ(store.lastWriteError()->failureReason, std::strerror(EFBIG));
+    ASSERT_EQ(logLines.size(), 1u);
+    EXPECT_NE(logLines[0].find((dir / "defaults.json").string()), std::string::npos);
+    EXPECT_NE(logLines[0].find(std::strerror(EFBIG)), std::string::npos);
+
+    // Once writing works again, the change that failed is saved along with the next.
+    store.setBool("haveinit", true);
+    EXPECT_FALSE(store.lastWriteError());
+    EXPECT_EQ(JsonFileUserDefaults(dir).stringForKey("InputText"), std::string(200, 'x'));
+}
+
+TEST_F(JsonFileUserDefaultsTest, FolderThatIsAFileFailsTheWriteWithoutLosingTheValue) {
+    writeBytes(dir, "not a folder");
+    JsonFileUserDefaults store(dir);
+    EXPECT_FALSE(store.recoveryMessage());
+    store.setInteger("UIMode", 1);
+    EXPECT_EQ(store.integerForKey("UIMode"), 1);
+    ASSERT_TRUE(store.lastWriteError());
+    EXPECT_NE(store.lastWriteError()->code, 0);
+    EXPECT_EQ(readBytes(dir), "not a folder");
+}
+
+}  // namespace
+}  // namespace orvane::platform
