@@ -1,5 +1,7 @@
 #include "platform/UserDefaults.h"
 
+#include <locale.h>
+
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -28,9 +30,11 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
     return true;
 }
 
-// The leading number of a string, as strtod reads it; 0 when there is none.
+// The leading number of a string, as strtod reads it in the C locale; 0 when there is none.
+// The user's locale must not matter: under a German one plain strtod stops "0.5" at the point.
 double parseNumber(const std::string& text) {
-    return std::strtod(text.c_str(), nullptr);
+    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", locale_t{});
+    return cLocale ? strtod_l(text.c_str(), nullptr, cLocale) : std::strtod(text.c_str(), nullptr);
 }
 
 std::int64_t toInteger(double value) {
