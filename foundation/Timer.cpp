@@ -1,0 +1,66 @@
+#include "foundation/Timer.h"
+
+#include "foundation/RunLoop.h"
+
+namespace orvane::foundation {
+
+namespace {
+
+// The shortest interval a timer keeps, as NSTimer does.
+constexpr double kMinimumIntervalSeconds = 0.0001;
+
+}  // namespace
+
+Timer Timer::scheduled(RunLoop& loop, double intervalSeconds, bool repeats, Task callback) {
+    if (!(intervalSeconds > kMinimumIntervalSeconds)) {
+        intervalSeconds = kMinimumIntervalSeconds;  // also catches NaN
+    }
+    return Timer(
+        loop.scheduleTimer(durationFromSeconds(intervalSeconds), repeats, std::move(callback)));
+}
+
+Timer& Timer::operator=(Timer&& other) noexcept {
+    if (this != &other) {
+        // The field holds the new timer before the old one's callback may be released, in case
+        // releasing it reaches this field.
+        auto old = std::move(state_);
+        state_ = std::move(other.state_);
+        if (old) {
+            detail::invalidateTimer(*old);
+        }
+    }
+    return *this;
+}
+
+Timer::~Timer() {
+    if (state_) {
+        detail::invalidateTimer(*state_);
+    }
+}
+
+bool Timer::isValid() const noexcept {
+    return state_ && detail::isTimerValid(*state_);
+}
+
+void Timer::invalidate() noexcept {
+    if (state_) {
+        detail::invalidateTimer(*state_);
+    }
+}
+
+void Timer::reset() noexcept {
+    auto old = std::move(state_);
+    if (old) {
+        detail::invalidateTimer(*old);
+    }
+}
+
+void Timer::detach() noexcept {
+    state_.reset();
+}
+
+double Timer::timeInterval() const noexcept {
+    return state_ ? detail::timerInterval(*state_) : 0.0;
+}
+
+}  // namespace orvane::foundation
