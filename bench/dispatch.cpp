@@ -25,21 +25,21 @@ constexpr int kBatch = 1000;
 // The reference: one thread that takes blocks from a locked deque.
 class ReferenceWorker {
   public:
-    ReferenceWorker() : thread_([this] { serve(); }) {}
+    ReferenceWorker() : _thread([this] { serve(); }) {}
     ~ReferenceWorker() {
         {
-            std::lock_guard lock(mutex_);
-            stopping_ = true;
+            std::lock_guard lock(_mutex);
+            _stopping = true;
         }
-        wake_.notify_one();
-        thread_.join();
+        _wake.notify_one();
+        _thread.join();
     }
     void post(Task task) {
         {
-            std::lock_guard lock(mutex_);
-            tasks_.push_back(std::move(task));
+            std::lock_guard lock(_mutex);
+            _tasks.push_back(std::move(task));
         }
-        wake_.notify_one();
+        _wake.notify_one();
     }
     // Waits until every block posted before has run.
     void drain() {
@@ -57,49 +57,49 @@ class ReferenceWorker {
 
   private:
     void serve() {
-        std::unique_lock lock(mutex_);
+        std::unique_lock lock(_mutex);
         for (;;) {
-            wake_.wait(lock, [&] { return stopping_ || !tasks_.empty(); });
-            if (tasks_.empty()) {
+            _wake.wait(lock, [&] { return _stopping || !_tasks.empty(); });
+            if (_tasks.empty()) {
                 return;
             }
-            Task task = std::move(tasks_.front());
-            tasks_.pop_front();
+            Task task = std::move(_tasks.front());
+            _tasks.pop_front();
             lock.unlock();
             task();
             lock.lock();
         }
     }
 
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    std::deque<Task> tasks_;
-    bool stopping_ = false;
-    std::thread thread_;
+    std::mutex _mutex;
+    std::condition_variable _wake;
+    std::deque<Task> _tasks;
+    bool _stopping = false;
+    std::thread _thread;
 };
 
 // Waits until `target` blocks have counted themselves.
 class Completion {
   public:
-    explicit Completion(int target) : target_(target) {}
+    explicit Completion(int target) : _target(target) {}
     void arrive() {
-        if (count_.fetch_add(1) + 1 == target_) {
-            std::lock_guard lock(mutex_);
-            finished_ = true;
-            done_.notify_one();
+        if (_count.fetch_add(1) + 1 == _target) {
+            std::lock_guard lock(_mutex);
+            _finished = true;
+            _done.notify_one();
         }
     }
     void wait() {
-        std::unique_lock lock(mutex_);
-        done_.wait(lock, [&] { return finished_; });
+        std::unique_lock lock(_mutex);
+        _done.wait(lock, [&] { return _finished; });
     }
 
   private:
-    const int target_;
-    std::atomic<int> count_{0};
-    std::mutex mutex_;
-    std::condition_variable done_;
-    bool finished_ = false;
+    const int _target;
+    std::atomic<int> _count{0};
+    std::mutex _mutex;
+    std::condition_variable _done;
+    bool _finished = false;
 };
 
 void BM_ReferenceWorkerAsync(benchmark::State& state) {

@@ -39,7 +39,7 @@ MonotonicTime addSaturating(MonotonicTime time, Duration duration) {
     return MonotonicTime(Duration(sum));
 }
 
-SystemClock::SystemClock() : scheduler_(std::make_unique<DelayScheduler>()) {}
+SystemClock::SystemClock() : _scheduler(std::make_unique<DelayScheduler>()) {}
 
 SystemClock::~SystemClock() = default;
 
@@ -53,7 +53,7 @@ MonotonicTime SystemClock::now() const {
 }
 
 void SystemClock::callAt(MonotonicTime deadline, Action action) {
-    scheduler_->callAt(deadline, std::move(action));
+    _scheduler->callAt(deadline, std::move(action));
 }
 
 Clock& systemClock() {
@@ -62,30 +62,30 @@ Clock& systemClock() {
     return *clock;
 }
 
-ManualClock::ManualClock(double timeIntervalSince1970) : wall_(timeIntervalSince1970), now_() {}
+ManualClock::ManualClock(double timeIntervalSince1970) : _wall(timeIntervalSince1970), _now() {}
 
 ManualClock::~ManualClock() {
     std::multimap<MonotonicTime, Action> dropped;
     {
-        std::lock_guard lock(mutex_);
-        dropped.swap(pending_);
+        std::lock_guard lock(_mutex);
+        dropped.swap(_pending);
     }
 }
 
 double ManualClock::timeIntervalSince1970() const {
-    std::lock_guard lock(mutex_);
-    return wall_;
+    std::lock_guard lock(_mutex);
+    return _wall;
 }
 
 MonotonicTime ManualClock::now() const {
-    std::lock_guard lock(mutex_);
-    return now_;
+    std::lock_guard lock(_mutex);
+    return _now;
 }
 
 void ManualClock::callAt(MonotonicTime deadline, Action action) {
-    std::unique_lock lock(mutex_);
-    if (deadline > now_) {
-        pending_.emplace(deadline, std::move(action));
+    std::unique_lock lock(_mutex);
+    if (deadline > _now) {
+        _pending.emplace(deadline, std::move(action));
         return;
     }
     lock.unlock();
@@ -99,14 +99,14 @@ void ManualClock::advance(double seconds) {
     }
     std::vector<Action> due;
     {
-        std::lock_guard lock(mutex_);
-        now_ = addSaturating(now_, step);
-        wall_ += seconds;
-        auto end = pending_.upper_bound(now_);
-        for (auto it = pending_.begin(); it != end; ++it) {
+        std::lock_guard lock(_mutex);
+        _now = addSaturating(_now, step);
+        _wall += seconds;
+        auto end = _pending.upper_bound(_now);
+        for (auto it = _pending.begin(); it != end; ++it) {
             due.push_back(std::move(it->second));
         }
-        pending_.erase(pending_.begin(), end);
+        _pending.erase(_pending.begin(), end);
     }
     for (auto& action : due) {
         action();
@@ -114,8 +114,8 @@ void ManualClock::advance(double seconds) {
 }
 
 void ManualClock::setTimeIntervalSince1970(double seconds) {
-    std::lock_guard lock(mutex_);
-    wall_ = seconds;
+    std::lock_guard lock(_mutex);
+    _wall = seconds;
 }
 
 }  // namespace orvane::foundation

@@ -62,7 +62,7 @@ class SystemClock final : public Clock {
     void callAt(MonotonicTime deadline, Action action) override;
 
   private:
-    std::unique_ptr<DelayScheduler> scheduler_;
+    std::unique_ptr<DelayScheduler> _scheduler;
 };
 
 // The system clock of the process, for production wiring. It lives as long as the process.
@@ -93,11 +93,11 @@ class ManualClock final : public Clock {
     void setTimeIntervalSince1970(double seconds);
 
   private:
-    mutable std::mutex mutex_;  // guards the three below
-    double wall_;
-    MonotonicTime now_;
+    mutable std::mutex _mutex;  // guards the three below
+    double _wall;
+    MonotonicTime _now;
     // Equal deadlines keep their insertion order in a multimap.
-    std::multimap<MonotonicTime, Action> pending_;
+    std::multimap<MonotonicTime, Action> _pending;
 };
 
 }  // namespace orvane::foundation

@@ -31,11 +31,11 @@ class DelayScheduler {
   private:
     void serve();
 
-    mutable std::mutex mutex_;  // guards pending_ and stopping_
-    std::condition_variable changed_;
-    std::multimap<MonotonicTime, Clock::Action> pending_;
-    bool stopping_ = false;
-    std::thread thread_;  // started under mutex_, joined by the destructor
+    mutable std::mutex _mutex;  // guards _pending and _stopping
+    std::condition_variable _changed;
+    std::multimap<MonotonicTime, Clock::Action> _pending;
+    bool _stopping = false;
+    std::thread _thread;  // started under _mutex, joined by the destructor
 };
 
 }  // namespace orvane::foundation

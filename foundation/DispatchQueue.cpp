@@ -66,16 +66,16 @@ struct SyncCall {
 }  // namespace
 
 DispatchQueue::ScopedCurrent::ScopedCurrent(const DispatchQueue& queue)
-    : queue_(&queue), outer_(tlsCurrent) {
+    : _queue(&queue), _outer(tlsCurrent) {
     tlsCurrent = this;
 }
 
 DispatchQueue::ScopedCurrent::~ScopedCurrent() {
-    tlsCurrent = outer_;
+    tlsCurrent = _outer;
 }
 
 DispatchQueue::DispatchQueue(std::string label, Clock& clock)
-    : label_(std::move(label)), clock_(clock) {}
+    : _label(std::move(label)), _clock(clock) {}
 
 void DispatchQueue::after(double delaySeconds, Task task) {
     const Duration delay = durationFromSeconds(delaySeconds);
@@ -83,18 +83,18 @@ void DispatchQueue::after(double delaySeconds, Task task) {
         async(std::move(task));
         return;
     }
-    const MonotonicTime deadline = addSaturating(clock_.now(), delay);
+    const MonotonicTime deadline = addSaturating(_clock.now(), delay);
     if (deadline == MonotonicTime::max()) {
         return;  // never due
     }
-    clock_.callAt(deadline, [self = shared_from_this(), task = std::move(task)]() mutable {
+    _clock.callAt(deadline, [self = shared_from_this(), task = std::move(task)]() mutable {
         self->async(std::move(task));
     });
 }
 
 bool DispatchQueue::isCurrent() const {
-    for (const ScopedCurrent* frame = tlsCurrent; frame != nullptr; frame = frame->outer_) {
-        if (frame->queue_ == this) {
+    for (const ScopedCurrent* frame = tlsCurrent; frame != nullptr; frame = frame->_outer) {
+        if (frame->_queue == this) {
             return true;
         }
     }
@@ -102,7 +102,7 @@ bool DispatchQueue::isCurrent() const {
 }
 
 const DispatchQueue* DispatchQueue::current() {
-    return tlsCurrent != nullptr ? tlsCurrent->queue_ : nullptr;
+    return tlsCurrent != nullptr ? tlsCurrent->_queue : nullptr;
 }
 
 void DispatchQueue::checkSyncWouldNotDeadlock() const {
@@ -111,11 +111,11 @@ void DispatchQueue::checkSyncWouldNotDeadlock() const {
             continue;
         }
         if (queue == this) {
-            throw InternalInconsistencyException("sync onto queue \"" + label_ +
+            throw InternalInconsistencyException("sync onto queue \"" + _label +
                                                  "\" from code already running on it would "
                                                  "deadlock");
         }
-        throw InternalInconsistencyException("sync onto queue \"" + label_ +
+        throw InternalInconsistencyException("sync onto queue \"" + _label +
                                              "\" from code running on its target \"" +
                                              queue->label() + "\" would deadlock");
     }
@@ -141,7 +141,7 @@ void DispatchQueue::syncByPosting(const Task& task) {
         state->finished.wait(lock, [&] { return state->done; });
     }
     if (!state->ran) {
-        throw InternalInconsistencyException("sync onto queue \"" + label_ +
+        throw InternalInconsistencyException("sync onto queue \"" + _label +
                                              "\" failed: the queue no longer runs work");
     }
     if (state->error) {
@@ -153,7 +153,7 @@ void DispatchQueue::runDetached(const Task& task) const noexcept {
     try {
         task();
     } catch (...) {
-        terminateForEscapedException(label_);
+        terminateForEscapedException(_label);
     }
 }
 
@@ -195,16 +195,16 @@ std::shared_ptr<SerialQueue> SerialQueue::create(std::string label,
 
 SerialQueue::SerialQueue(Private, std::string label, std::shared_ptr<DispatchQueue> target,
                          Clock& clock)
-    : DispatchQueue(std::move(label), clock), target_(std::move(target)) {}
+    : DispatchQueue(std::move(label), clock), _target(std::move(target)) {}
 
 void SerialQueue::async(Task task) {
     {
-        std::lock_guard lock(mutex_);
-        tasks_.push_back(std::move(task));
-        if (scheduled_) {
+        std::lock_guard lock(_mutex);
+        _tasks.push_back(std::move(task));
+        if (_scheduled) {
             return;
         }
-        scheduled_ = true;
+        _scheduled = true;
     }
     scheduleDrain();
 }
@@ -212,11 +212,11 @@ void SerialQueue::async(Task task) {
 void SerialQueue::sync(const Task& task) {
     checkSyncWouldNotDeadlock();
     bool holdsQueue = false;
-    if (target_->isConcurrent()) {
+    if (_target->isConcurrent()) {
         // Idle means no block is queued or running: the caller may run its block itself.
-        std::lock_guard lock(mutex_);
-        if (!scheduled_) {
-            scheduled_ = true;
+        std::lock_guard lock(_mutex);
+        if (!_scheduled) {
+            _scheduled = true;
             holdsQueue = true;
         }
     }
@@ -235,7 +235,7 @@ void SerialQueue::sync(const Task& task) {
 void SerialQueue::scheduleDrain() {
     auto self = std::static_pointer_cast<SerialQueue>(shared_from_this());
     auto job = std::make_shared<DrainJob>(std::move(self));
-    target_->async([job] {
+    _target->async([job] {
         job->ran = true;
         job->queue->drain();
     });
@@ -246,13 +246,13 @@ void SerialQueue::drain() {
     for (int served = 0; served < kDrainBatch; ++served) {
         Task task;
         {
-            std::lock_guard lock(mutex_);
-            if (tasks_.empty()) {
-                scheduled_ = false;
+            std::lock_guard lock(_mutex);
+            if (_tasks.empty()) {
+                _scheduled = false;
                 return;
             }
-            task = std::move(tasks_.front());
-            tasks_.pop_front();
+            task = std::move(_tasks.front());
+            _tasks.pop_front();
         }
         try {
             task();
@@ -270,9 +270,9 @@ void SerialQueue::drain() {
 
 void SerialQueue::release() {
     {
-        std::lock_guard lock(mutex_);
-        if (tasks_.empty()) {
-            scheduled_ = false;
+        std::lock_guard lock(_mutex);
+        if (_tasks.empty()) {
+            _scheduled = false;
             return;
         }
     }
@@ -290,13 +290,13 @@ bool SerialQueue::endsOnRunLoop() const {
 void SerialQueue::drainDropped() {
     std::deque<Task> dropped;
     {
-        std::lock_guard lock(mutex_);
-        dropped.swap(tasks_);
-        scheduled_ = false;
+        std::lock_guard lock(_mutex);
+        dropped.swap(_tasks);
+        _scheduled = false;
     }
     if (!dropped.empty()) {
         log("Queue \"%s\" dropped %zu blocks: its target \"%s\" no longer runs work",
-            label().c_str(), dropped.size(), target_->label().c_str());
+            label().c_str(), dropped.size(), _target->label().c_str());
     }
     // The blocks go here, outside the lock; a dropped sync() block releases its waiter.
 }

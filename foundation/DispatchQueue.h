@@ -37,9 +37,9 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
     DispatchQueue(const DispatchQueue&) = delete;
     DispatchQueue& operator=(const DispatchQueue&) = delete;
 
-    const std::string& label() const { return label_; }
+    const std::string& label() const { return _label; }
     // The clock that drives after().
-    Clock& clock() const { return clock_; }
+    Clock& clock() const { return _clock; }
 
     // Posts a block and returns at once. Safe from any thread.
     virtual void async(Task task) = 0;
@@ -76,8 +76,8 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
 
       private:
         friend class DispatchQueue;
-        const DispatchQueue* queue_;
-        const ScopedCurrent* outer_;
+        const DispatchQueue* _queue;
+        const ScopedCurrent* _outer;
     };
 
   protected:
@@ -91,8 +91,8 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
     void runDetached(const Task& task) const noexcept;
 
   private:
-    const std::string label_;
-    Clock& clock_;
+    const std::string _label;
+    Clock& _clock;
 };
 
 // A serial queue: one block at a time, in submission order, on its target's threads. Blocks
@@ -114,7 +114,7 @@ class SerialQueue final : public DispatchQueue {
 
     void async(Task task) override;
     void sync(const Task& task) override;
-    const DispatchQueue* target() const override { return target_.get(); }
+    const DispatchQueue* target() const override { return _target.get(); }
 
   private:
     struct Private {};
@@ -125,7 +125,7 @@ class SerialQueue final : public DispatchQueue {
   private:
     struct DrainJob;
 
-    // Posts one drain job to the target. Called with scheduled_ set, without the lock.
+    // Posts one drain job to the target. Called with _scheduled set, without the lock.
     void scheduleDrain();
     // Runs pending blocks on the target; yields the target's thread after a batch.
     void drain();
@@ -136,11 +136,11 @@ class SerialQueue final : public DispatchQueue {
     // Whether the queue's blocks end up on a run loop rather than on a pool.
     bool endsOnRunLoop() const;
 
-    const std::shared_ptr<DispatchQueue> target_;
-    std::mutex mutex_;  // guards tasks_ and scheduled_
-    std::deque<Task> tasks_;
+    const std::shared_ptr<DispatchQueue> _target;
+    std::mutex _mutex;  // guards _tasks and _scheduled
+    std::deque<Task> _tasks;
     // A drain job is posted or running, or a sync() holds the queue.
-    bool scheduled_ = false;
+    bool _scheduled = false;
 };
 
 // The global concurrent queue of the given priority, on the process's shared pool.

@@ -26,24 +26,24 @@ class CAPABILITY("mutex") ObjectLock {
     ObjectLock(const ObjectLock&) = delete;
     ObjectLock& operator=(const ObjectLock&) = delete;
 
-    void lock() ACQUIRE() { mutex_.lock(); }
-    void unlock() RELEASE() { mutex_.unlock(); }
-    bool try_lock() TRY_ACQUIRE(true) { return mutex_.try_lock(); }
+    void lock() ACQUIRE() { _mutex.lock(); }
+    void unlock() RELEASE() { _mutex.unlock(); }
+    bool try_lock() TRY_ACQUIRE(true) { return _mutex.try_lock(); }
 
   private:
-    std::recursive_mutex mutex_;
+    std::recursive_mutex _mutex;
 };
 
 // Holds an ObjectLock from construction to the end of the scope.
 class SCOPED_CAPABILITY ObjectLockGuard {
   public:
-    explicit ObjectLockGuard(ObjectLock& lock) ACQUIRE(lock) : lock_(lock) { lock_.lock(); }
-    ~ObjectLockGuard() RELEASE() { lock_.unlock(); }
+    explicit ObjectLockGuard(ObjectLock& lock) ACQUIRE(lock) : _lock(lock) { _lock.lock(); }
+    ~ObjectLockGuard() RELEASE() { _lock.unlock(); }
     ObjectLockGuard(const ObjectLockGuard&) = delete;
     ObjectLockGuard& operator=(const ObjectLockGuard&) = delete;
 
   private:
-    ObjectLock& lock_;
+    ObjectLock& _lock;
 };
 
 }  // namespace orvane::foundation

@@ -161,10 +161,10 @@ using detail::TimerState;
 class MainQueue final : public DispatchQueue {
   public:
     MainQueue(std::weak_ptr<RunLoopCore> core, Clock& clock)
-        : DispatchQueue("main", clock), core_(std::move(core)) {}
+        : DispatchQueue("main", clock), _core(std::move(core)) {}
 
     void async(Task task) override {
-        if (auto core = core_.lock()) {
+        if (auto core = _core.lock()) {
             core->post(task);
         }
         // Otherwise the loop is gone and the block is dropped with `task`.
@@ -173,36 +173,36 @@ class MainQueue final : public DispatchQueue {
     void sync(const Task& task) override { syncByPosting(task); }
 
     bool isCurrent() const override {
-        auto core = core_.lock();
+        auto core = _core.lock();
         return core && core->thread.load() == std::this_thread::get_id();
     }
 
   private:
-    const std::weak_ptr<RunLoopCore> core_;
+    const std::weak_ptr<RunLoopCore> _core;
 };
 
 // Claims the loop for the calling thread while it serves; nested serving on that thread is
 // allowed, serving from two threads at once is not.
 class ServingScope {
   public:
-    explicit ServingScope(RunLoopCore& core) : core_(core) {
-        std::lock_guard lock(core_.mutex);
-        if (core_.servingDepth > 0 && core_.thread.load() != std::this_thread::get_id()) {
+    explicit ServingScope(RunLoopCore& core) : _core(core) {
+        std::lock_guard lock(_core.mutex);
+        if (_core.servingDepth > 0 && _core.thread.load() != std::this_thread::get_id()) {
             throw InternalInconsistencyException(
                 "A run loop is already being run by another thread");
         }
-        ++core_.servingDepth;
-        core_.thread.store(std::this_thread::get_id());
+        ++_core.servingDepth;
+        _core.thread.store(std::this_thread::get_id());
     }
     ~ServingScope() {
-        std::lock_guard lock(core_.mutex);
-        --core_.servingDepth;
+        std::lock_guard lock(_core.mutex);
+        --_core.servingDepth;
     }
     ServingScope(const ServingScope&) = delete;
     ServingScope& operator=(const ServingScope&) = delete;
 
   private:
-    RunLoopCore& core_;
+    RunLoopCore& _core;
 };
 
 // The first fire date on the timer's grid after `now`, counting from its last fire date.
@@ -219,16 +219,16 @@ MonotonicTime nextFireDate(MonotonicTime fired, Duration interval, MonotonicTime
 // released, now that it no longer runs. Runs when the callback returns or throws.
 class FiringScope {
   public:
-    FiringScope(RunLoopCore& core, TimerState& timer) : core_(core), timer_(timer) {}
+    FiringScope(RunLoopCore& core, TimerState& timer) : _core(core), _timer(timer) {}
     ~FiringScope() {
         Task released;
         {
-            std::lock_guard lock(core_.mutex);
-            timer_.firing = false;
-            if (!timer_.repeats && timer_.valid.load()) {
-                released = core_.invalidateLocked(timer_);
-            } else if (!timer_.valid.load()) {
-                released = std::move(timer_.callback);
+            std::lock_guard lock(_core.mutex);
+            _timer.firing = false;
+            if (!_timer.repeats && _timer.valid.load()) {
+                released = _core.invalidateLocked(_timer);
+            } else if (!_timer.valid.load()) {
+                released = std::move(_timer.callback);
             }
         }
     }
@@ -236,8 +236,8 @@ class FiringScope {
     FiringScope& operator=(const FiringScope&) = delete;
 
   private:
-    RunLoopCore& core_;
-    TimerState& timer_;
+    RunLoopCore& _core;
+    TimerState& _timer;
 };
 
 // Fires, once each, the timers due at `now`, in fire date order. Returns how many fired.
@@ -307,8 +307,8 @@ std::size_t serveReady(RunLoopCore& core, MonotonicTime now, bool stopOnQuit) {
 }  // namespace
 
 RunLoop::RunLoop(Clock& clock)
-    : core_(std::make_shared<RunLoopCore>(clock)),
-      queue_(std::make_shared<MainQueue>(core_, clock)) {}
+    : _core(std::make_shared<RunLoopCore>(clock)),
+      _queue(std::make_shared<MainQueue>(_core, clock)) {}
 
 RunLoop::~RunLoop() {
     std::deque<Task> tasks;
@@ -316,35 +316,35 @@ RunLoop::~RunLoop() {
     std::vector<Task> callbacks;
     std::shared_ptr<const std::function<void()>> handler;
     {
-        std::lock_guard lock(core_->mutex);
-        core_->closed = true;
-        tasks.swap(core_->tasks);
-        timers.swap(core_->timers);
+        std::lock_guard lock(_core->mutex);
+        _core->closed = true;
+        tasks.swap(_core->tasks);
+        timers.swap(_core->timers);
         for (const auto& timer : timers) {
             timer->valid.store(false);
             if (!timer->firing) {
                 callbacks.push_back(std::move(timer->callback));
             }
         }
-        handler.swap(core_->wakeHandler);
-        core_->changedLocked();
+        handler.swap(_core->wakeHandler);
+        _core->changedLocked();
     }
-    core_->changed.notify_all();
+    _core->changed.notify_all();
     // The dropped blocks and callbacks go here, outside the lock.
 }
 
 Clock& RunLoop::clock() const {
-    return core_->clock;
+    return _core->clock;
 }
 
 void RunLoop::post(Task task) {
-    core_->post(task);
+    _core->post(task);
 }
 
 void RunLoop::run() {
-    const auto core = core_;  // stays valid if a block destroys the loop
+    const auto core = _core;  // stays valid if a block destroys the loop
     ServingScope serving(*core);
-    DispatchQueue::ScopedCurrent current(*queue_);
+    DispatchQueue::ScopedCurrent current(*_queue);
     for (;;) {
         serveReady(*core, core->clock.now(), true);
         std::unique_lock lock(core->mutex);
@@ -381,27 +381,27 @@ void RunLoop::run() {
 
 void RunLoop::quit() {
     {
-        std::lock_guard lock(core_->mutex);
-        core_->quitRequested = true;
-        core_->changedLocked();
+        std::lock_guard lock(_core->mutex);
+        _core->quitRequested = true;
+        _core->changedLocked();
     }
-    core_->changed.notify_all();
+    _core->changed.notify_all();
 }
 
 std::size_t RunLoop::runUntilIdle() {
-    const auto core = core_;
+    const auto core = _core;
     ServingScope serving(*core);
-    DispatchQueue::ScopedCurrent current(*queue_);
+    DispatchQueue::ScopedCurrent current(*_queue);
     return serveReady(*core, core->clock.now(), false);
 }
 
 bool RunLoop::isCurrent() const {
-    return core_->thread.load() == std::this_thread::get_id();
+    return _core->thread.load() == std::this_thread::get_id();
 }
 
 std::optional<MonotonicTime> RunLoop::nextTimerFireDate() const {
-    std::lock_guard lock(core_->mutex);
-    return core_->earliestFireDateLocked();
+    std::lock_guard lock(_core->mutex);
+    return _core->earliestFireDateLocked();
 }
 
 void RunLoop::setWakeHandler(std::function<void()> handler) {
@@ -409,31 +409,31 @@ void RunLoop::setWakeHandler(std::function<void()> handler) {
     if (handler) {
         shared = std::make_shared<const std::function<void()>>(std::move(handler));
     }
-    std::lock_guard lock(core_->mutex);
-    core_->wakeHandler.swap(shared);
+    std::lock_guard lock(_core->mutex);
+    _core->wakeHandler.swap(shared);
     // The old handler goes when `shared` does, after the lock.
 }
 
 std::shared_ptr<TimerState> RunLoop::scheduleTimer(Duration interval, bool repeats, Task callback) {
-    const MonotonicTime fireDate = addSaturating(core_->clock.now(), interval);
+    const MonotonicTime fireDate = addSaturating(_core->clock.now(), interval);
     auto timer =
-        std::make_shared<TimerState>(core_, interval, repeats, fireDate, std::move(callback));
+        std::make_shared<TimerState>(_core, interval, repeats, fireDate, std::move(callback));
     std::shared_ptr<const std::function<void()>> handler;
     Task dropped;
     {
-        std::lock_guard lock(core_->mutex);
-        timer->sequence = core_->nextTimerSequence++;
-        if (core_->closed) {
+        std::lock_guard lock(_core->mutex);
+        timer->sequence = _core->nextTimerSequence++;
+        if (_core->closed) {
             timer->valid.store(false);
             dropped = std::move(timer->callback);
         } else {
-            core_->timers.push_back(timer);
-            core_->changedLocked();
-            handler = core_->wakeHandler;
+            _core->timers.push_back(timer);
+            _core->changedLocked();
+            handler = _core->wakeHandler;
         }
     }
-    core_->changed.notify_all();
-    core_->callWakeHandler(std::move(handler));
+    _core->changed.notify_all();
+    _core->callWakeHandler(std::move(handler));
     return timer;
 }
 

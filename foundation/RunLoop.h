@@ -42,7 +42,7 @@ class RunLoop {
 
     Clock& clock() const;
     // The queue that posts to this loop, labelled "main".
-    std::shared_ptr<DispatchQueue> mainQueue() const { return queue_; }
+    std::shared_ptr<DispatchQueue> mainQueue() const { return _queue; }
 
     // Queues a block for the loop's thread. Safe from any thread.
     void post(Task task);
@@ -72,8 +72,8 @@ class RunLoop {
     std::shared_ptr<detail::TimerState> scheduleTimer(Duration interval, bool repeats,
                                                       Task callback);
 
-    std::shared_ptr<detail::RunLoopCore> core_;
-    std::shared_ptr<DispatchQueue> queue_;
+    std::shared_ptr<detail::RunLoopCore> _core;
+    std::shared_ptr<DispatchQueue> _queue;
 };
 
 // The process's main run loop, on the system clock. The program's main() calls it first, so

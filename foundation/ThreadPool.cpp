@@ -87,10 +87,10 @@ namespace detail {
 class GlobalQueue final : public DispatchQueue {
   public:
     GlobalQueue(QueuePriority priority, Clock& clock, std::shared_ptr<detail::PoolState> pool)
-        : DispatchQueue(labelFor(priority), clock), priority_(priority), pool_(std::move(pool)) {}
+        : DispatchQueue(labelFor(priority), clock), _priority(priority), _pool(std::move(pool)) {}
 
     void async(Task task) override {
-        if (!pool_->push(this, priority_, task)) {
+        if (!_pool->push(this, _priority, task)) {
             log("Queue \"%s\" dropped a block: its thread pool has stopped", label().c_str());
         }
     }
@@ -109,8 +109,8 @@ class GlobalQueue final : public DispatchQueue {
     }
 
   private:
-    const QueuePriority priority_;
-    const std::shared_ptr<detail::PoolState> pool_;
+    const QueuePriority _priority;
+    const std::shared_ptr<detail::PoolState> _pool;
 };
 
 bool PoolState::push(const GlobalQueue* queue, QueuePriority priority, Task& task) {
@@ -254,36 +254,36 @@ void PoolState::shutdown() {
 ThreadPool::ThreadPool(std::size_t threads) : ThreadPool(threads, systemClock()) {}
 
 ThreadPool::ThreadPool(std::size_t threads, Clock& clock)
-    : state_(std::make_shared<detail::PoolState>(threads == 0 ? defaultThreadCount() : threads)) {
-    for (std::size_t i = 0; i < queues_.size(); ++i) {
-        queues_[i] =
-            std::make_shared<detail::GlobalQueue>(static_cast<QueuePriority>(i), clock, state_);
+    : _state(std::make_shared<detail::PoolState>(threads == 0 ? defaultThreadCount() : threads)) {
+    for (std::size_t i = 0; i < _queues.size(); ++i) {
+        _queues[i] =
+            std::make_shared<detail::GlobalQueue>(static_cast<QueuePriority>(i), clock, _state);
     }
-    std::lock_guard lock(state_->mutex);
-    for (std::size_t i = 0; i < state_->base; ++i) {
-        state_->spawnLocked();
+    std::lock_guard lock(_state->mutex);
+    for (std::size_t i = 0; i < _state->base; ++i) {
+        _state->spawnLocked();
     }
 }
 
 ThreadPool::~ThreadPool() {
-    state_->shutdown();
+    _state->shutdown();
 }
 
 std::shared_ptr<DispatchQueue> ThreadPool::queue(QueuePriority priority) const {
-    return queues_[static_cast<std::size_t>(priority)];
+    return _queues[static_cast<std::size_t>(priority)];
 }
 
 std::size_t ThreadPool::threadCount() const {
-    std::lock_guard lock(state_->mutex);
-    return state_->live;
+    std::lock_guard lock(_state->mutex);
+    return _state->live;
 }
 
 std::size_t ThreadPool::baseThreadCount() const {
-    return state_->base;
+    return _state->base;
 }
 
 bool ThreadPool::ownsCurrentThread() const {
-    return tlsPool == state_.get();
+    return tlsPool == _state.get();
 }
 
 std::size_t ThreadPool::defaultThreadCount() {
@@ -300,15 +300,15 @@ std::shared_ptr<DispatchQueue> globalQueue(QueuePriority priority) {
     return sharedThreadPool().queue(priority);
 }
 
-ScopedBlockingWait::ScopedBlockingWait() : pool_(tlsPool) {
-    if (pool_ != nullptr) {
-        pool_->beginBlocking();
+ScopedBlockingWait::ScopedBlockingWait() : _pool(tlsPool) {
+    if (_pool != nullptr) {
+        _pool->beginBlocking();
     }
 }
 
 ScopedBlockingWait::~ScopedBlockingWait() {
-    if (pool_ != nullptr) {
-        pool_->endBlocking();
+    if (_pool != nullptr) {
+        _pool->endBlocking();
     }
 }
 

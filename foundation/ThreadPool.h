@@ -44,8 +44,8 @@ class ThreadPool {
     static std::size_t defaultThreadCount();
 
   private:
-    std::shared_ptr<detail::PoolState> state_;
-    std::array<std::shared_ptr<DispatchQueue>, 4> queues_;
+    std::shared_ptr<detail::PoolState> _state;
+    std::array<std::shared_ptr<DispatchQueue>, 4> _queues;
 };
 
 // The pool of the process, behind globalQueue(). It lives as long as the process.
@@ -61,7 +61,7 @@ class ScopedBlockingWait {
     ScopedBlockingWait& operator=(const ScopedBlockingWait&) = delete;
 
   private:
-    detail::PoolState* pool_;
+    detail::PoolState* _pool;
 };
 
 }  // namespace orvane::foundation

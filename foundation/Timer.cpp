@@ -23,8 +23,8 @@ Timer& Timer::operator=(Timer&& other) noexcept {
     if (this != &other) {
         // The field holds the new timer before the old one's callback may be released, in case
         // releasing it reaches this field.
-        auto old = std::move(state_);
-        state_ = std::move(other.state_);
+        auto old = std::move(_state);
+        _state = std::move(other._state);
         if (old) {
             detail::invalidateTimer(*old);
         }
@@ -33,34 +33,34 @@ Timer& Timer::operator=(Timer&& other) noexcept {
 }
 
 Timer::~Timer() {
-    if (state_) {
-        detail::invalidateTimer(*state_);
+    if (_state) {
+        detail::invalidateTimer(*_state);
     }
 }
 
 bool Timer::isValid() const noexcept {
-    return state_ && detail::isTimerValid(*state_);
+    return _state && detail::isTimerValid(*_state);
 }
 
 void Timer::invalidate() noexcept {
-    if (state_) {
-        detail::invalidateTimer(*state_);
+    if (_state) {
+        detail::invalidateTimer(*_state);
     }
 }
 
 void Timer::reset() noexcept {
-    auto old = std::move(state_);
+    auto old = std::move(_state);
     if (old) {
         detail::invalidateTimer(*old);
     }
 }
 
 void Timer::detach() noexcept {
-    state_.reset();
+    _state.reset();
 }
 
 double Timer::timeInterval() const noexcept {
-    return state_ ? detail::timerInterval(*state_) : 0.0;
+    return _state ? detail::timerInterval(*_state) : 0.0;
 }
 
 }  // namespace orvane::foundation

@@ -69,7 +69,7 @@ class Timer {
     ~Timer();
 
     // Whether the handle holds a timer: the field is set. A fired one-shot still counts.
-    explicit operator bool() const noexcept { return state_ != nullptr; }
+    explicit operator bool() const noexcept { return _state != nullptr; }
     // Whether the timer will still fire. False for an empty handle.
     bool isValid() const noexcept;
     // Stops the timer for good; the handle keeps holding it (invalid).
@@ -83,9 +83,9 @@ class Timer {
     double timeInterval() const noexcept;
 
   private:
-    explicit Timer(std::shared_ptr<detail::TimerState> state) noexcept : state_(std::move(state)) {}
+    explicit Timer(std::shared_ptr<detail::TimerState> state) noexcept : _state(std::move(state)) {}
 
-    std::shared_ptr<detail::TimerState> state_;
+    std::shared_ptr<detail::TimerState> _state;
 };
 
 }  // namespace orvane::foundation

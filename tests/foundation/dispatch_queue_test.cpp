@@ -29,18 +29,18 @@ using Strings = std::vector<std::string>;
 class OverlapProbe {
   public:
     void enter() {
-        const int now = ++inside_;
-        int seen = most_.load();
-        while (now > seen && !most_.compare_exchange_weak(seen, now)) {
+        const int now = ++_inside;
+        int seen = _most.load();
+        while (now > seen && !_most.compare_exchange_weak(seen, now)) {
         }
         std::this_thread::yield();
     }
-    void leave() { --inside_; }
-    int most() const { return most_.load(); }
+    void leave() { --_inside; }
+    int most() const { return _most.load(); }
 
   private:
-    std::atomic<int> inside_{0};
-    std::atomic<int> most_{0};
+    std::atomic<int> _inside{0};
+    std::atomic<int> _most{0};
 };
 
 TEST(SerialQueue, RunsOneBlockAtATimeInEachProducersOrder) {

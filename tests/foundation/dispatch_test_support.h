@@ -19,24 +19,24 @@ class EventCounter {
   public:
     // Notifies under the lock: a waiter may destroy the counter as soon as it sees the count.
     void add(int events = 1) {
-        std::lock_guard lock(mutex_);
-        count_ += events;
-        changed_.notify_all();
+        std::lock_guard lock(_mutex);
+        _count += events;
+        _changed.notify_all();
     }
     // True once the count has reached `target`; false after the timeout.
     bool waitFor(int target) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, kGenerousTimeout, [&] { return count_ >= target; });
+        std::unique_lock lock(_mutex);
+        return _changed.wait_for(lock, kGenerousTimeout, [&] { return _count >= target; });
     }
     int count() const {
-        std::lock_guard lock(mutex_);
-        return count_;
+        std::lock_guard lock(_mutex);
+        return _count;
     }
 
   private:
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;
-    int count_ = 0;
+    mutable std::mutex _mutex;
+    std::condition_variable _changed;
+    int _count = 0;
 };
 
 // Keeps one thread of `queue` busy until the returned gate is opened with add().

@@ -81,12 +81,12 @@ TEST_F(TimerOnManualClock, OneShotFiresOnceOnTheMainQueueAndStaysSetUntilCleared
 // The field patterns of the camera screen.
 class Screen {
   public:
-    explicit Screen(RunLoop& loop) : loop_(loop) {}
+    explicit Screen(RunLoop& loop) : _loop(loop) {}
     void startCaptureTimer() {
         if (_timerCapture) {
             return;
         }
-        _timerCapture = Timer::scheduled(loop_, 1.0, true, [this] { updateCaptureTimer(); });
+        _timerCapture = Timer::scheduled(_loop, 1.0, true, [this] { updateCaptureTimer(); });
     }
     void stopCaptureTimer() { _timerCapture.reset(); }
     void updateCaptureTimer() {
@@ -98,13 +98,13 @@ class Screen {
         if (_timerZoomSlider) {
             return;
         }
-        _timerZoomSlider = Timer::scheduled(loop_, 3.0, false, [this, payload] {
+        _timerZoomSlider = Timer::scheduled(_loop, 3.0, false, [this, payload] {
             _timerZoomSlider.reset();  // one-shot targets clear their field
             ++*payload;
         });
     }
 
-    RunLoop& loop_;
+    RunLoop& _loop;
     Timer _timerCapture;
     Timer _timerZoomSlider;
     int captureTicks = 0;
