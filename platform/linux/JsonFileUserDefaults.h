@@ -18,19 +18,21 @@
 // Every set writes at once: a temporary file in the same directory, fsync, rename over the
 // file, fsync of the directory. Writers of all processes take an advisory lock (flock on
 // "defaults.json.lock" beside the file) and, when the file changed since this instance last
-// read it, merge their changes into what is on disk, so two processes setting different keys
-// both keep their values.
-// A file that is a symbolic link is written where it points, so the link stays. Setting a value
-// the file already holds writes nothing.
+// read it, take in what is on disk and apply only their own unsaved changes over it, so two
+// processes setting different keys both keep their values (on the same key the last writer
+// wins). A file that is a symbolic link is written where it points, so the link stays. Setting
+// a value the file already holds writes nothing. Text that is not UTF-8 is written with
+// replacement characters and logged; the exact bytes stay in memory for this run.
 //
 // Staleness: reads come from the copy in memory, refreshed when the store opens and on each
 // write of this instance. A change another process makes is seen here only after this
-// instance's next write, or by a new instance.
+// instance's next write, or by a new instance. A read waits while this instance is writing.
 //
 // A broken file (not JSON, JSON that is not an object, bytes that are not UTF-8) is moved aside
-// to "defaults.json.broken-YYYYMMDD-HHMMSS" (local time, with "-2", "-3"... when that exists),
-// reported, and the store starts empty. When it cannot be moved, or the file cannot be read at
-// all, the store keeps its values in memory for this run and never touches the file.
+// to "defaults.json.broken-YYYYMMDD-HHMMSS" (local time, with "-2", "-3"... when that exists)
+// and reported. Found on opening, the store starts empty; found by a later write, this run's
+// values are written in its place. When it cannot be moved, or the file cannot be read at all,
+// the store keeps its values in memory for this run and never touches the file.
 #pragma once
 
 #include <filesystem>

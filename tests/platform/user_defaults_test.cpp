@@ -28,7 +28,6 @@ TEST(UserDefaultsReaders, CoerceBetweenShapes) {
         {1e300, true, kMax, 1e300, "1e+300"},
         {std::nan(""), true, 0, std::nan(""), "nan"},
         {std::string("YES"), true, 0, 0.0, "YES"},
-        {std::string("true"), true, 0, 0.0, "true"},
         {std::string(" 0.5x"), true, 0, 0.5, " 0.5x"},
         {std::string("12"), true, 12, 12.0, "12"},
         {std::string("no"), false, 0, 0.0, "no"},
@@ -51,13 +50,6 @@ TEST(UserDefaultsReaders, CoerceBetweenShapes) {
     EXPECT_FALSE(store.boolForKey("absent"));
     EXPECT_EQ(store.integerForKey("absent"), 0);
     EXPECT_FALSE(store.stringForKey("absent"));
-}
-
-TEST(UserDefaultsReaders, FloatIsStoredAsItsShortestDecimal) {
-    MemoryUserDefaults store;
-    store.setFloat("MapOpacity", 0.4f);
-    EXPECT_EQ(store.objectForKey("MapOpacity"), DefaultsValue(0.4));
-    EXPECT_EQ(store.floatForKey("MapOpacity"), 0.4f);
 }
 
 TEST(UserDefaultsReaders, NumericTextIgnoresTheUserLocale) {
