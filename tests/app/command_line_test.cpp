@@ -1,6 +1,7 @@
 // The settings commands run in-process on an in-memory store.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <sstream>
 
 #include "app/command_line.h"
@@ -165,6 +166,17 @@ TEST_F(CommandLineTest, ConfigDirectoryReachesTheStore) {
     ASSERT_EQ(run({"--config-dir", "/tmp/one", "settings", "list"}).status, 0);
     ASSERT_EQ(run({"settings", "get", "UIMode", "--config-dir", "/tmp/two"}).status, 0);
     EXPECT_EQ(openedDirectories, (std::vector<std::filesystem::path>{"/tmp/one", "/tmp/two"}));
+}
+
+TEST_F(CommandLineTest, EnvironmentChoosesTheFolderUnlessTheOptionIsGiven) {
+    ::setenv("ORVANE_CONFIG_DIR", "/tmp/from-environment", 1);
+    const int fromEnvironment = run({"settings", "get", "UIMode"}).status;
+    const int fromOption = run({"settings", "get", "UIMode", "--config-dir", "/tmp/opt"}).status;
+    ::unsetenv("ORVANE_CONFIG_DIR");
+    EXPECT_EQ(fromEnvironment, 0);
+    EXPECT_EQ(fromOption, 0);
+    EXPECT_EQ(openedDirectories,
+              (std::vector<std::filesystem::path>{"/tmp/from-environment", "/tmp/opt"}));
 }
 
 TEST_F(CommandLineTest, VersionAndUsageNeedNoStore) {

@@ -50,8 +50,7 @@ TEST(ColorTest, UnreadableBlobsReadAsNothing) {
     wrongMagic[0] = 'X';
     auto laterVersion = good;
     laterVersion[4] = 2;
-    auto truncated = good;
-    truncated.pop_back();
+    const std::vector<std::uint8_t> truncated(good.begin(), good.end() - 1);
     auto longer = good;
     longer.push_back(0);
     auto outOfRange = Color{1.5, 0, 0, 1}.archived();

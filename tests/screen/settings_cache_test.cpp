@@ -143,12 +143,6 @@ TEST_F(SettingsCacheTest, ResetForgetsEverythingLoaded) {
     EXPECT_EQ(cache.readWatermarkPosition(), 0);
 }
 
-TEST_F(SettingsCacheTest, SharedCacheIsOneInstance) {
-    EXPECT_EQ(&SettingsCache::shared(), &SettingsCache::shared());
-    SettingsStore defaultStore(defaults);
-    EXPECT_EQ(&defaultStore.cache(), &SettingsCache::shared());
-}
-
 // The frame path reads the copies on its own threads while the main thread changes settings.
 TEST_F(SettingsCacheTest, OtherThreadsReadWhileTheMainThreadWrites) {
     launch();

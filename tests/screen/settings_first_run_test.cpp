@@ -124,14 +124,6 @@ TEST_F(FirstRunTest, OlderWatermarkSizeMovesToTheNewScaleOnce) {
     EXPECT_FLOAT_EQ(store.watermark.readWatermarkSize(), 1.75f);
 }
 
-TEST_F(FirstRunTest, FreshFontIsArialAtLevelTwo) {
-    initializeFontSettings(store);
-    EXPECT_EQ(vc.getDefaultFont(), "ArialMT");
-    EXPECT_EQ(vc.getDefaultFontSizeLevel(), 2);
-    EXPECT_EQ(vc.getDefaultFontColor(), foundation::Color::whiteColor());
-    EXPECT_TRUE(vc.isHaveAdjustFontLevel());
-}
-
 TEST_F(FirstRunTest, OlderFontLevelIsRaisedOnceAndOnlyOnce) {
     vc.setDefaultFont("Helvetica");
     vc.setDefaultFontSizeLevel(1);
