@@ -183,7 +183,7 @@ JsonFileUserDefaults::JsonFileUserDefaults(std::filesystem::path directory)
     if (std::filesystem::is_directory(_directory, error)) {
         fileLock.emplace(_lockPath);
     }
-    refresh();
+    refresh(true);
 }
 
 std::optional<std::string> JsonFileUserDefaults::recoveryMessage() const {
@@ -322,7 +322,7 @@ bool JsonFileUserDefaults::parse(const std::string& text, Contents& contents,
     return true;
 }
 
-bool JsonFileUserDefaults::refresh() {
+bool JsonFileUserDefaults::refresh(bool opening) {
     std::optional<std::string> text;
     if (const int error = readBytes(text)) {
         goMemoryOnly("The settings file " + _path.string() + " could not be read (" +
@@ -339,14 +339,14 @@ bool JsonFileUserDefaults::refresh() {
     if (text && !parse(*text, contents, problem)) {
         // What this run already holds stays; the broken text is kept in the moved file.
         _fileText.reset();
-        return setAside(problem);
+        return setAside(problem, opening);
     }
     _contents = std::move(contents);
     _fileText = std::move(text);
     return true;
 }
 
-bool JsonFileUserDefaults::setAside(const std::string& reason) {
+bool JsonFileUserDefaults::setAside(const std::string& reason, bool opening) {
     const std::string base = _path.string() + ".broken-" + localTimestamp();
     int error = 0;
     for (int attempt = 1; attempt <= 1000; ++attempt) {
@@ -357,6 +357,7 @@ bool JsonFileUserDefaults::setAside(const std::string& reason) {
             // A file system without no-replace renames: the lock keeps our own writers out.
             struct stat existing {};
             if (::lstat(target.c_str(), &existing) == 0) {
+                error = EEXIST;
                 continue;
             }
             result = ::rename(_path.c_str(), target.c_str());
@@ -364,7 +365,8 @@ bool JsonFileUserDefaults::setAside(const std::string& reason) {
         if (result == 0) {
             std::string message = "The settings file " + _path.string() + " was broken (" + reason +
                                   ") and has been moved to " + target +
-                                  "; the program goes on with its default settings.";
+                                  (opening ? "; the program goes on with its default settings."
+                                           : "; the settings of this run are saved in its place.");
             foundation::log("%s", message.c_str());
             _recoveryMessage = std::move(message);
             return true;
@@ -405,7 +407,7 @@ void JsonFileUserDefaults::save() {
         recordWriteError(lock.error(), "locking " + _lockPath.string());
         return;
     }
-    if (!refresh()) {
+    if (!refresh(false)) {
         return;
     }
     for (const auto& [key, value] : _pending) {

@@ -87,10 +87,11 @@ class JsonFileUserDefaults final : public UserDefaults {
     // Decodes a document; false with `problem` set when it is not a settings object.
     bool parse(const std::string& text, Contents& contents, std::string& problem);
     // Takes in the file when it differs from what this instance last saw. Returns false when
-    // the file must not be written. Called with _mutex held.
-    bool refresh();
+    // the file must not be written. `opening` is true from the constructor. Called with _mutex
+    // held.
+    bool refresh(bool opening);
     // Moves a broken file aside and records the report; false when it stays in place.
-    bool setAside(const std::string& reason);
+    bool setAside(const std::string& reason, bool opening);
     void goMemoryOnly(const std::string& message, int error);
     // Takes the lock, merges with a changed file, writes. Called with _mutex held.
     void save();

@@ -229,6 +229,7 @@ TEST_F(JsonFileUserDefaultsTest, FileBrokenWhileRunningIsMovedAsideAndThisRunKee
     writeBytes(dir / "defaults.json", "{\"UIMode\": 2,");  // a hand edit gone wrong
     store.setBool("ShowGrid", true);
     ASSERT_TRUE(store.recoveryMessage());
+    EXPECT_NE(store.recoveryMessage()->find("this run are saved"), std::string::npos);
     ASSERT_EQ(strayFiles(dir).size(), 1u);
     EXPECT_EQ(readBytes(strayFiles(dir)[0]), "{\"UIMode\": 2,");
     EXPECT_EQ(fileJson(), Json({{"UIMode", 1}, {"ShowGrid", true}}));
