@@ -113,10 +113,8 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     const std::filesystem::path directory = request.configDirectory.empty()
                                                 ? platform::JsonFileUserDefaults::defaultDirectory()
                                                 : std::filesystem::path(request.configDirectory);
+    // A broken settings file is reported by the store itself as it moves the file aside.
     auto opened = environment.openStore(directory);
-    if (auto message = opened->recoveryMessage()) {
-        err << "orvane: " << *message << "\n";
-    }
     const std::string language = environment.languageCode.empty()
                                      ? foundation::preferredLanguageCode()
                                      : environment.languageCode;

@@ -12,7 +12,6 @@ class JsonOpenedStore final : public OpenedStore {
 
     platform::UserDefaults& defaults() override { return _store; }
     std::string location() const override { return _store.path().string(); }
-    std::optional<std::string> recoveryMessage() const override { return _store.recoveryMessage(); }
     std::optional<foundation::Error> lastWriteError() const override {
         return _store.lastWriteError();
     }

@@ -18,8 +18,6 @@ class OpenedStore {
     virtual platform::UserDefaults& defaults() = 0;
     // Where the store lives, for messages: a file path.
     virtual std::string location() const = 0;
-    // Set when the store found its file broken and moved it aside (or could not).
-    virtual std::optional<std::string> recoveryMessage() const = 0;
     // The error of the latest write, or nothing when it succeeded.
     virtual std::optional<foundation::Error> lastWriteError() const = 0;
 };

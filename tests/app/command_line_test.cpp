@@ -17,18 +17,15 @@ using screen::testing::snapshot;
 // Hands the test's memory store to the command, with scripted failures.
 class FakeOpenedStore final : public OpenedStore {
   public:
-    FakeOpenedStore(platform::UserDefaults& defaults, std::optional<std::string> recovery,
-                    std::optional<foundation::Error> writeError)
-        : _defaults(defaults), _recovery(std::move(recovery)), _writeError(std::move(writeError)) {}
+    FakeOpenedStore(platform::UserDefaults& defaults, std::optional<foundation::Error> writeError)
+        : _defaults(defaults), _writeError(std::move(writeError)) {}
 
     platform::UserDefaults& defaults() override { return _defaults; }
     std::string location() const override { return "/fake/defaults.json"; }
-    std::optional<std::string> recoveryMessage() const override { return _recovery; }
     std::optional<foundation::Error> lastWriteError() const override { return _writeError; }
 
   private:
     platform::UserDefaults& _defaults;
-    std::optional<std::string> _recovery;
     std::optional<foundation::Error> _writeError;
 };
 
@@ -47,7 +44,7 @@ class CommandLineTest : public ::testing::Test {
         environment.cache = &cache;
         environment.openStore = [this](const std::filesystem::path& directory) {
             openedDirectories.push_back(directory);
-            return std::make_unique<FakeOpenedStore>(defaults, recoveryMessage, writeError);
+            return std::make_unique<FakeOpenedStore>(defaults, writeError);
         };
         std::ostringstream out;
         std::ostringstream err;
@@ -56,7 +53,6 @@ class CommandLineTest : public ::testing::Test {
     }
 
     platform::MemoryUserDefaults defaults;
-    std::optional<std::string> recoveryMessage;
     std::optional<foundation::Error> writeError;
     std::vector<std::filesystem::path> openedDirectories;
 };
@@ -152,14 +148,6 @@ TEST_F(CommandLineTest, AFailedWriteIsAnErrorNamingKeyAndFile) {
     EXPECT_NE(result.err.find("\"ShowGrid\" was not saved"), std::string::npos) << result.err;
     EXPECT_NE(result.err.find("/fake/defaults.json"), std::string::npos);
     EXPECT_NE(result.err.find("No space left on device"), std::string::npos);
-}
-
-TEST_F(CommandLineTest, ARecoveredStoreIsReportedAndTheCommandGoesOn) {
-    recoveryMessage = "The settings file was broken and has been moved aside.";
-    const auto result = run({"settings", "get", "backFlashMode"});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.out, "1\n");
-    EXPECT_NE(result.err.find("has been moved aside"), std::string::npos);
 }
 
 TEST_F(CommandLineTest, ConfigDirectoryReachesTheStore) {

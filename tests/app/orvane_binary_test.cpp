@@ -83,7 +83,11 @@ TEST_F(OrvaneBinaryTest, ABrokenFileIsMovedAsideAndTheProgramGoesOn) {
     const auto result = run("settings get backFlashMode");
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.out, "1\n");
-    EXPECT_NE(result.err.find("moved"), std::string::npos) << result.err;
+    // One message, naming where the file went.
+    const auto mention = result.err.find("defaults.json.broken-");
+    ASSERT_NE(mention, std::string::npos) << result.err;
+    EXPECT_EQ(result.err.find("defaults.json.broken-", mention + 1), std::string::npos)
+        << result.err;
     int setAside = 0;
     for (const auto& entry : fs::directory_iterator(config)) {
         const auto name = entry.path().filename().string();
