@@ -9,20 +9,28 @@
 namespace orvane::platform {
 namespace {
 
-TEST(PixelBuffer, RowsAreAlignedToSixteenBytes) {
+TEST(PixelBuffer, RefusesSizesOutOfRangeAndAlignsRowsToSixteenBytes) {
     EXPECT_EQ(kCVPixelFormatType_32BGRA, 0x42475241u);  // 'B' in the high byte
+    constexpr std::int32_t kMax = PixelBuffer::kMaxDimension;
     const struct {
-        std::int32_t width;
-        std::size_t bytesPerRow;
+        std::int32_t width, height;
+        std::size_t bytesPerRow;  // 0 when the size is refused
     } rows[] = {
-        {1, 16}, {4, 16}, {5, 32}, {1080, 4320}, {1081, 4336}, {1920, 7680},
+        {1, 3, 16},      {4, 3, 16},      {5, 3, 32},       {1080, 3, 4320},
+        {1081, 3, 4336}, {1920, 3, 7680}, {kMax, 1, 65536}, {0, 1, 0},
+        {1, 0, 0},       {-1, 5, 0},      {kMax + 1, 1, 0},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.width);
-        const PixelBufferRef buffer = PixelBuffer::create(row.width, 3).buffer;
+        SCOPED_TRACE(std::to_string(row.width) + "x" + std::to_string(row.height));
+        auto [status, buffer] = PixelBuffer::create(row.width, row.height);
+        if (row.bytesPerRow == 0) {
+            EXPECT_EQ(status, kCVReturnInvalidSize);
+            EXPECT_EQ(buffer, nullptr);
+            continue;
+        }
         ASSERT_NE(buffer, nullptr);
         EXPECT_EQ(buffer->bytesPerRow(), row.bytesPerRow);
-        EXPECT_EQ(buffer->dataSize(), row.bytesPerRow * 3);
+        EXPECT_EQ(buffer->dataSize(), row.bytesPerRow * row.height);
         EXPECT_EQ(
             reinterpret_cast<std::uintptr_t>(buffer->baseAddress()) % PixelBuffer::kBaseAlignment,
             0u);
@@ -37,23 +45,6 @@ TEST(PixelBuffer, StartsZeroedAndEveryByteIsItsOwn) {
         ASSERT_EQ(lock.data()[i], 0) << i;
         lock.data()[i] = static_cast<std::uint8_t>(i);
     }
-}
-
-TEST(PixelBuffer, RefusesSizesOutOfRange) {
-    const struct {
-        std::int32_t width, height;
-    } rows[] = {
-        {0, 1},
-        {1, 0},
-        {-1, 5},
-        {PixelBuffer::kMaxDimension + 1, 1},
-    };
-    for (const auto& row : rows) {
-        auto [status, buffer] = PixelBuffer::create(row.width, row.height);
-        EXPECT_EQ(status, kCVReturnInvalidSize) << row.width << "x" << row.height;
-        EXPECT_EQ(buffer, nullptr);
-    }
-    EXPECT_EQ(PixelBuffer::create(PixelBuffer::kMaxDimension, 1).status, kCVReturnSuccess);
 }
 
 TEST(PixelBuffer, LocksCountPerKindAndMisuseIsReported) {

@@ -50,7 +50,7 @@ TEST(MediaTime, ComparesByRationalValueAndKind) {
     }
 }
 
-TEST(MediaTime, AddsAndSubtractsExactlyOnTheCommonTimescale) {
+TEST(MediaTime, AddsAndSubtractsOnTheCommonTimescaleUntilItOverflows) {
     const struct {
         MediaTime sum;
         std::int64_t value;
@@ -66,9 +66,7 @@ TEST(MediaTime, AddsAndSubtractsExactlyOnTheCommonTimescale) {
         EXPECT_EQ(row.sum.timescale, row.timescale);
         EXPECT_FALSE(row.sum.hasBeenRounded());
     }
-}
 
-TEST(MediaTime, SumsPastThe32Or64BitRange) {
     // Both primes: the common multiple of the timescales is far past 32 bits.
     const MediaTime sum = t(1, 1000000007) + t(1, 1000000009);
     EXPECT_EQ(sum.timescale, 1000000009);
@@ -84,7 +82,7 @@ TEST(MediaTime, SumsPastThe32Or64BitRange) {
     EXPECT_FALSE((MediaTime::indefinite() - MediaTime::invalid()).isValid());
 }
 
-TEST(MediaTime, ConvertScaleRoundsAsAsked) {
+TEST(MediaTime, ConvertScaleRoundsAsAskedOrRefuses) {
     using R = MediaTimeRounding;
     const struct {
         MediaTime time;
@@ -111,9 +109,7 @@ TEST(MediaTime, ConvertScaleRoundsAsAsked) {
         EXPECT_EQ(converted->timescale, row.to);
         EXPECT_EQ(converted->hasBeenRounded(), row.rounded);
     }
-}
-
-TEST(MediaTime, ConvertScaleRefusesWhatItCannotHold) {
+    // What the new scale cannot hold.
     EXPECT_FALSE(t(1, 600).convertScale(0).has_value());
     EXPECT_FALSE(t(1, 600).convertScale(-30).has_value());
     EXPECT_FALSE(t(kMax64, 1).convertScale(600).has_value());
@@ -121,7 +117,7 @@ TEST(MediaTime, ConvertScaleRefusesWhatItCannotHold) {
     EXPECT_FALSE(MediaTime::invalid().convertScale(600)->isValid());
 }
 
-TEST(MediaTime, SecondsRoundTrip) {
+TEST(MediaTime, SecondsRoundTripAndOutsideTheNumbers) {
     const struct {
         double seconds;
         std::int32_t timescale;
@@ -140,9 +136,6 @@ TEST(MediaTime, SecondsRoundTrip) {
     }
     EXPECT_FALSE(MediaTime::makeWithSeconds(1.5, 600).hasBeenRounded());
     EXPECT_TRUE(MediaTime::makeWithSeconds(0.001, 30).hasBeenRounded());
-}
-
-TEST(MediaTime, SecondsOutsideTheNumbers) {
     EXPECT_FALSE(MediaTime::makeWithSeconds(std::nan(""), 600).isValid());
     EXPECT_FALSE(MediaTime::makeWithSeconds(1.0, 0).isValid());
     EXPECT_TRUE(MediaTime::makeWithSeconds(1e30, 600).isPositiveInfinity());
