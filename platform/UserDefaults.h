@@ -31,6 +31,26 @@ class UserDefaults {
     // Every key present, sorted.
     virtual std::vector<std::string> allKeys() const = 0;
 
+    // Groups the sets made until the matching endChanges() into one write, for a store whose
+    // every write is dear (a file synced to disk). Reads see each set at once. Pairs nest; the
+    // outermost end writes. A store that keeps nothing on disk ignores both.
+    virtual void beginChanges() {}
+    virtual void endChanges() {}
+
+    // beginChanges() for the lifetime of the scope.
+    class ChangeBatch {
+      public:
+        explicit ChangeBatch(UserDefaults& defaults) : _defaults(defaults) {
+            _defaults.beginChanges();
+        }
+        ~ChangeBatch() { _defaults.endChanges(); }
+        ChangeBatch(const ChangeBatch&) = delete;
+        ChangeBatch& operator=(const ChangeBatch&) = delete;
+
+      private:
+        UserDefaults& _defaults;
+    };
+
     // Typed readers. Numbers, booleans and numeric strings convert into each other; any other
     // shape reads as the zero value.
     bool boolForKey(std::string_view key) const;

@@ -205,6 +205,8 @@ void applyLaunchSettings(SettingsStore& store, std::string_view languageCode) {
 
 LaunchValues loadSettingsAtLaunch(SettingsStore& store, const DeviceTraits& device,
                                   std::string_view languageCode) {
+    // A first launch sets some seventy keys: one write for all of them.
+    platform::UserDefaults::ChangeBatch batch(store.defaults());
     runFirstRunBlock(store, device);
     initializeFontSettings(store);
     LaunchValues values;

@@ -7,6 +7,7 @@ namespace orvane::screen {
 void resetTextSettings(SettingsStore& store, std::string_view languageCode) {
     auto& vc = store.viewController;
     auto& cache = store.cache();
+    platform::UserDefaults::ChangeBatch batch(store.defaults());
 
     store.glView.saveTimePosition(2);
 

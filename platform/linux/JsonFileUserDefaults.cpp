@@ -221,6 +221,9 @@ void JsonFileUserDefaults::setObject(std::string_view key, std::optional<Default
     const bool unchanged =
         value ? current != _contents.values.end() && current->second == *value
               : current == _contents.values.end() && !_contents.unknown.contains(key);
+    if (unchanged && _batchDepth > 0) {
+        return;  // nothing for the batch's write to carry
+    }
     std::optional<std::string> onDisk;
     if (unchanged && _pending.empty() && !_memoryOnly && _fileText && readBytes(onDisk) == 0 &&
         onDisk == _fileText) {
@@ -241,7 +244,25 @@ void JsonFileUserDefaults::setObject(std::string_view key, std::optional<Default
     }
     apply(_contents, key, value);
     _pending.insert_or_assign(std::string(key), std::move(value));
-    save();
+    if (_batchDepth == 0) {
+        save();
+    }
+}
+
+void JsonFileUserDefaults::beginChanges() {
+    std::lock_guard lock(_mutex);
+    ++_batchDepth;
+}
+
+void JsonFileUserDefaults::endChanges() {
+    std::lock_guard lock(_mutex);
+    if (_batchDepth == 0) {
+        foundation::log("Settings: a batch of changes ended that never began");
+        return;
+    }
+    if (--_batchDepth == 0 && !_pending.empty()) {
+        save();
+    }
 }
 
 void JsonFileUserDefaults::apply(Contents& contents, std::string_view key,

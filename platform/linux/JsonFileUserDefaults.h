@@ -15,14 +15,14 @@
 // and reads as absent. An empty file, or one of only white space, is simply an empty store: it
 // holds nothing that could be lost, and the next write replaces it.
 //
-// Every set writes at once: a temporary file in the same directory, fsync, rename over the
-// file, fsync of the directory. Writers of all processes take an advisory lock (flock on
-// "defaults.json.lock" beside the file) and, when the file changed since this instance last
-// read it, take in what is on disk and apply only their own unsaved changes over it, so two
-// processes setting different keys both keep their values (on the same key the last writer
-// wins). A file that is a symbolic link is written where it points, so the link stays. Setting
-// a value the file already holds writes nothing. Text that is not UTF-8 is written with
-// replacement characters and logged; the exact bytes stay in memory for this run.
+// Every set writes at once, or at the end of a batch of changes (beginChanges): a temporary file in
+// the same directory, fsync, rename over the file, fsync of the directory. Writers of all processes
+// take an advisory lock (flock on "defaults.json.lock" beside the file) and, when the file changed
+// since this instance last read it, take in what is on disk and apply only their own unsaved
+// changes over it, so two processes setting different keys both keep their values (on the same key
+// the last writer wins). A file that is a symbolic link is written where it points, so the link
+// stays. Setting a value the file already holds writes nothing. Text that is not UTF-8 is written
+// with replacement characters and logged; the exact bytes stay in memory for this run.
 //
 // Staleness: reads come from the copy in memory, refreshed when the store opens and on each
 // write of this instance. A change another process makes is seen here only after this
@@ -72,6 +72,9 @@ class JsonFileUserDefaults final : public UserDefaults {
     // Writes the file before returning; safe from any thread.
     void setObject(std::string_view key, std::optional<DefaultsValue> value) override;
     std::vector<std::string> allKeys() const override;
+    void beginChanges() override;
+    // Writes what the batch changed; lastWriteError() then tells whether that worked.
+    void endChanges() override;
 
   private:
     // The file's members split by form.
@@ -110,6 +113,7 @@ class JsonFileUserDefaults final : public UserDefaults {
     // The bytes last read or written, to tell whether another writer replaced the file.
     std::optional<std::string> _fileText;
     bool _memoryOnly = false;
+    int _batchDepth = 0;  // sets inside a batch wait for its end to be written
     std::optional<std::string> _recoveryMessage;
     std::optional<foundation::Error> _lastWriteError;
 };
