@@ -26,53 +26,34 @@ using Strings = std::vector<std::string>;
 
 // Counts how many blocks run at once and remembers the most. Yields inside, so that blocks
 // that could overlap get the chance to.
-class OverlapProbe {
-  public:
+struct OverlapProbe {
     void enter() {
-        const int now = ++_inside;
-        int seen = _most.load();
-        while (now > seen && !_most.compare_exchange_weak(seen, now)) {
+        const int now = ++inside;
+        for (int seen = most; now > seen && !most.compare_exchange_weak(seen, now);) {
         }
         std::this_thread::yield();
     }
-    void leave() { --_inside; }
-    int most() const { return _most.load(); }
-
-  private:
-    std::atomic<int> _inside{0};
-    std::atomic<int> _most{0};
+    void leave() { --inside; }
+    std::atomic<int> inside{0};
+    std::atomic<int> most{0};
 };
 
 TEST(SerialQueue, RunsOneBlockAtATimeInEachProducersOrder) {
     ThreadPool pool(4);
     auto queue = SerialQueue::create("order", pool.queue(QueuePriority::Default));
-    constexpr int kProducers = 4;
     constexpr int kEach = 500;
     OverlapProbe probe;
-    std::vector<std::vector<int>> seen(kProducers);  // touched only on the queue
-    std::vector<std::thread> producers;
-    for (int p = 0; p < kProducers; ++p) {
-        producers.emplace_back([&, p] {
-            for (int i = 0; i < kEach; ++i) {
-                queue->async([&, p, i] {
-                    probe.enter();
-                    seen[p].push_back(i);
-                    probe.leave();
-                });
-            }
+    std::vector<std::vector<int>> seen(4);  // touched only on the queue
+    testing::repeatOnThreads(4, kEach, [&](int p, int i) {
+        queue->async([&, p, i] {
+            probe.enter();
+            seen[p].push_back(i);
+            probe.leave();
         });
-    }
-    for (auto& producer : producers) {
-        producer.join();
-    }
+    });
     queue->sync([] {});  // the drain idiom: every earlier block has run
-    EXPECT_EQ(probe.most(), 1);
-    for (const auto& order : seen) {
-        ASSERT_EQ(order.size(), static_cast<std::size_t>(kEach));
-        for (int i = 0; i < kEach; ++i) {
-            ASSERT_EQ(order[i], i);
-        }
-    }
+    EXPECT_EQ(probe.most, 1);
+    testing::expectEachInOrder(seen, kEach);
 }
 
 TEST(SerialQueue, RunsOnItsTargetsThreadsAndHoldsTheWholeTargetChain) {
@@ -98,7 +79,7 @@ TEST(SerialQueue, RunsOnItsTargetsThreadsAndHoldsTheWholeTargetChain) {
     inner->sync([] {});
     outer->sync([] {});
     EXPECT_EQ(wrongPlace.load(), 0);
-    EXPECT_EQ(probe.most(), 1);
+    EXPECT_EQ(probe.most, 1);
 }
 
 TEST(DispatchQueue, SyncFromAnotherQueueReturnsAfterTheBlockRan) {
@@ -128,8 +109,7 @@ TEST(DispatchQueue, SyncThatWouldDeadlockThrows) {
     auto target = SerialQueue::create("com.brevoli.session.queue", pool.queue(QueuePriority::High));
     auto queue = SerialQueue::create("child", target);
     auto onMain = SerialQueue::create("on main", loop.mainQueue());
-    std::mutex mutex;
-    Strings messages;
+    Strings messages;  // sync() orders every attempt after the one before
     auto attempt = [&](const std::shared_ptr<DispatchQueue>& onto) {
         std::string message = "no exception";
         try {
@@ -137,7 +117,6 @@ TEST(DispatchQueue, SyncThatWouldDeadlockThrows) {
         } catch (const InternalInconsistencyException& e) {
             message = e.what();
         }
-        std::lock_guard lock(mutex);
         messages.push_back(message);
     };
     queue->sync([&] { attempt(queue); });
@@ -157,21 +136,7 @@ TEST(DispatchQueue, SyncThatWouldDeadlockThrows) {
                        "no exception"}));
 }
 
-TEST(GlobalQueues, RunSideBySideOnOneSharedPool) {
-    ThreadPool pool(2);
-    // Two blocks that wait for each other can only both finish if they run at once.
-    EventCounter arrived, finished;
-    for (auto priority : {QueuePriority::Default, QueuePriority::Low}) {
-        pool.queue(priority)->async([&] {
-            arrived.add();
-            if (arrived.waitFor(2)) {
-                finished.add();
-            }
-        });
-    }
-    ASSERT_TRUE(finished.waitFor(2));
-
-    // Blocks on all four of the process's global queues share its pool's threads.
+TEST(GlobalQueues, AllFourShareTheProcessPool) {
     std::mutex mutex;
     std::set<std::thread::id> threads;
     std::atomic<int> foreign{0};
@@ -196,29 +161,35 @@ TEST(GlobalQueues, RunSideBySideOnOneSharedPool) {
 TEST(GlobalQueues, HigherPriorityWorkIsPickedFirst) {
     ThreadPool pool(1);
     auto gate = testing::occupy(*pool.queue(QueuePriority::Default));
-    Strings order;  // written by the single worker only
+    Strings order;  // written by the single worker only, read once `ran` has counted it all
+    EventCounter ran;
     for (auto priority : {QueuePriority::Background, QueuePriority::Low, QueuePriority::Default,
                           QueuePriority::High}) {
         auto queue = pool.queue(priority);
-        queue->async([&order, queue] { order.push_back(queue->label()); });
+        queue->async([&order, &ran, queue] {
+            order.push_back(queue->label());
+            ran.add();
+        });
     }
     gate->add();
-    auto last = SerialQueue::create("last", pool.queue(QueuePriority::Background));
-    last->async([] {});
-    last->sync([] {});
+    ASSERT_TRUE(ran.waitFor(4));
     EXPECT_EQ(order, (Strings{"global.high", "global.default", "global.low", "global.background"}));
 }
 
-TEST(GlobalQueues, WorkersBlockedInSyncDoNotStarveThePool) {
+// Two workers, one per priority, that wait for each other can only get on if they run side by
+// side; then a block each needs a thread of its own while both workers wait in sync().
+TEST(GlobalQueues, RunSideBySideAndWorkersBlockedInSyncDoNotStarveThePool) {
     ThreadPool pool(2);
     EventCounter arrived, finished;
-    for (const char* label : {"a", "b"}) {
-        auto queue = SerialQueue::create(label, pool.queue(QueuePriority::Default));
-        pool.queue(QueuePriority::Default)->async([&, queue] {
+    for (auto priority : {QueuePriority::Default, QueuePriority::Low}) {
+        auto queue = SerialQueue::create("serial", pool.queue(QueuePriority::Default));
+        pool.queue(priority)->async([&, queue] {
             arrived.add();
-            arrived.waitFor(2);  // both workers are taken now
+            if (!arrived.waitFor(2)) {
+                return;  // not side by side: `finished` stays short
+            }
             int value = 0;
-            queue->async([&] { value = 1; });  // needs a thread of its own
+            queue->async([&] { value = 1; });
             queue->sync([] {});
             if (value == 1) {
                 finished.add();

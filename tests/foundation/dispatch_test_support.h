@@ -1,11 +1,15 @@
-// Helpers for tests that wait on real threads: a counter that a test waits on with a generous
-// timeout, never a fixed sleep.
+// Helpers for tests on real threads: a counter that a test waits on with a generous timeout
+// (never a fixed sleep), and producers that work side by side.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <thread>
+#include <vector>
 
 #include "foundation/DispatchQueue.h"
 
@@ -49,6 +53,33 @@ inline std::shared_ptr<EventCounter> occupy(DispatchQueue& queue) {
     });
     started->waitFor(1);
     return gate;
+}
+
+// Runs `step(thread, i)` for i = 0..times-1 on each of `threads` new threads at once, and joins
+// them.
+template <typename Step>
+void repeatOnThreads(int threads, int times, Step step) {
+    std::vector<std::thread> running;
+    for (int t = 0; t < threads; ++t) {
+        running.emplace_back([&, t] {
+            for (int i = 0; i < times; ++i) {
+                step(t, i);
+            }
+        });
+    }
+    for (auto& thread : running) {
+        thread.join();
+    }
+}
+
+// Each producer's numbers, as its blocks ran them, are 0..each-1 in order.
+inline void expectEachInOrder(const std::vector<std::vector<int>>& seen, int each) {
+    for (const auto& order : seen) {
+        ASSERT_EQ(order.size(), static_cast<std::size_t>(each));
+        for (int i = 0; i < each; ++i) {
+            ASSERT_EQ(order[i], i);
+        }
+    }
 }
 
 }  // namespace orvane::foundation::testing

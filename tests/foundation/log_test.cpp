@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "foundation/Error.h"
+#include "tests/foundation/dispatch_test_support.h"
 
 namespace orvane::foundation {
 namespace {
@@ -20,38 +20,22 @@ class CapturedLog {
     std::vector<std::string> lines;
 };
 
-TEST(Log, FormatsOneLineWithoutLevel) {
+TEST(Log, FormatsOneLineWithoutLevelAndKeepsLongLinesWhole) {
     CapturedLog captured;
+    const std::string longText(5000, 'x');
     log("audio diff %f", 0.75);
     log("%s input not ready for more media data, dropping buffer", "video");
     log("allocator changing");
-    ASSERT_EQ(captured.lines.size(), 3u);
-    EXPECT_EQ(captured.lines[0], "audio diff 0.750000");
-    EXPECT_EQ(captured.lines[1], "video input not ready for more media data, dropping buffer");
-    EXPECT_EQ(captured.lines[2], "allocator changing");
-}
-
-TEST(Log, KeepsLongLinesWhole) {
-    CapturedLog captured;
-    const std::string longText(5000, 'x');
     log("start %s end", longText.c_str());
-    ASSERT_EQ(captured.lines.size(), 1u);
-    EXPECT_EQ(captured.lines[0], "start " + longText + " end");
+    EXPECT_EQ(captured.lines, (std::vector<std::string>{
+                                  "audio diff 0.750000",
+                                  "video input not ready for more media data, dropping buffer",
+                                  "allocator changing", "start " + longText + " end"}));
 }
 
 TEST(Log, LinesFromManyThreadsArriveWhole) {
     CapturedLog captured;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([t] {
-            for (int i = 0; i < 200; ++i) {
-                log("thread %d line %d", t, i);
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
+    testing::repeatOnThreads(4, 200, [](int t, int i) { log("thread %d line %d", t, i); });
     ASSERT_EQ(captured.lines.size(), 800u);
     for (const auto& line : captured.lines) {
         EXPECT_EQ(line.rfind("thread ", 0), 0u) << line;

@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <thread>
-#include <vector>
+
+#include "tests/foundation/dispatch_test_support.h"
 
 namespace orvane::foundation {
 namespace {
@@ -46,19 +47,8 @@ TEST(ObjectLock, TheHolderTakesItAgainAndOtherThreadsWait) {
     }
     EXPECT_EQ(guarded.value(), 6);
 
-    // Increments from several threads through the lock: none is lost, and ThreadSanitizer sees
-    // no race on the guarded value.
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 1000; ++i) {
-                guarded.addTwice(1);
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
+    // None of the increments through the lock is lost, and ThreadSanitizer sees no race.
+    testing::repeatOnThreads(4, 1000, [&](int, int) { guarded.addTwice(1); });
     EXPECT_EQ(guarded.value(), 8006);
 }
 

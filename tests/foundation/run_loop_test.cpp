@@ -20,38 +20,22 @@ using testing::EventCounter;
 TEST(RunLoop, RunsPostsFromManyThreadsOnItsThreadInEachProducersOrder) {
     ManualClock clock;
     RunLoop loop(clock);
-    constexpr int kProducers = 4;
     constexpr int kEach = 200;
-    std::vector<std::vector<int>> seen(kProducers);
+    std::vector<std::vector<int>> seen(4);
     std::atomic<int> offThread{0};
-    std::vector<std::thread> producers;
-    for (int p = 0; p < kProducers; ++p) {
-        producers.emplace_back([&, p] {
-            for (int i = 0; i < kEach; ++i) {
-                loop.post([&, p, i] {
-                    if (DispatchQueue::current() != loop.mainQueue().get() || !loop.isCurrent()) {
-                        ++offThread;
-                    }
-                    seen[p].push_back(i);
-                });
-            }
+    testing::repeatOnThreads(4, kEach, [&](int p, int i) {
+        loop.post([&, p, i] {
+            offThread += DispatchQueue::current() != loop.mainQueue().get() || !loop.isCurrent();
+            seen[p].push_back(i);
         });
-    }
-    for (auto& producer : producers) {
-        producer.join();
-    }
+    });
     bool nestedRan = false;  // a block posted by a block runs in the same pump
     loop.post([&] { loop.post([&] { nestedRan = true; }); });
 
-    EXPECT_EQ(loop.runUntilIdle(), static_cast<std::size_t>(kProducers * kEach + 2));
+    EXPECT_EQ(loop.runUntilIdle(), static_cast<std::size_t>(4 * kEach + 2));
     EXPECT_TRUE(nestedRan);
     EXPECT_EQ(offThread.load(), 0);
-    for (const auto& order : seen) {
-        ASSERT_EQ(order.size(), static_cast<std::size_t>(kEach));
-        for (int i = 0; i < kEach; ++i) {
-            ASSERT_EQ(order[i], i);
-        }
-    }
+    testing::expectEachInOrder(seen, kEach);
     EXPECT_EQ(loop.runUntilIdle(), 0u);
 }
 

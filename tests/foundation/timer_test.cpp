@@ -74,95 +74,45 @@ TEST_F(TimerOnManualClock, OneShotFiresOnceOnTheMainQueueAndStaysSetUntilCleared
     EXPECT_EQ(fired, (std::vector<std::string>{"b1", "b2", "valid on main"}));
     EXPECT_FALSE(timer.isValid());
     EXPECT_TRUE(timer);
-    timer.reset();
-    EXPECT_FALSE(timer);
 }
 
-// The field patterns of the camera screen.
-class Screen {
-  public:
-    explicit Screen(RunLoop& loop) : _loop(loop) {}
-    void startCaptureTimer() {
-        if (_timerCapture) {
-            return;
-        }
-        _timerCapture = Timer::scheduled(_loop, 1.0, true, [this] { updateCaptureTimer(); });
-    }
-    void stopCaptureTimer() { _timerCapture.reset(); }
-    void updateCaptureTimer() {
-        if (++captureTicks == stopAfter) {
-            stopCaptureTimer();  // from inside its own tick
-        }
-    }
-    void startTimerZoomSlider(std::shared_ptr<int> payload) {
-        if (_timerZoomSlider) {
-            return;
-        }
-        _timerZoomSlider = Timer::scheduled(_loop, 3.0, false, [this, payload] {
-            _timerZoomSlider.reset();  // one-shot targets clear their field
-            ++*payload;
-        });
-    }
-
-    RunLoop& _loop;
-    Timer _timerCapture;
-    Timer _timerZoomSlider;
-    int captureTicks = 0;
-    int stopAfter = -1;
-};
-
-TEST_F(TimerOnManualClock, StartFindingTheFieldSetDoesNotDoubleTheTimer) {
-    Screen screen(loop);
-    screen.startCaptureTimer();
-    screen.startCaptureTimer();
-    advanceAndPump(1.0);
-    advanceAndPump(1.0);
-    EXPECT_EQ(screen.captureTicks, 2);
-    screen.stopCaptureTimer();
-    EXPECT_FALSE(screen._timerCapture);
-    advanceAndPump(5.0);
-    screen.startCaptureTimer();
-    advanceAndPump(1.0);
-    EXPECT_EQ(screen.captureTicks, 3);
-}
-
+// Resetting drops the very handle whose callback is running; invalidating keeps it, invalid.
 TEST_F(TimerOnManualClock, StoppingFromInsideItsOwnTick) {
-    Screen screen(loop);
-    screen.stopAfter = 3;
-    screen.startCaptureTimer();
-    for (int i = 0; i < 6; ++i) {
-        advanceAndPump(1.0);
+    for (const bool reset : {true, false}) {
+        SCOPED_TRACE(reset ? "reset" : "invalidate");
+        int ticks = 0;
+        Timer timer;
+        timer = Timer::scheduled(loop, 0.5, true, [&] {
+            if (++ticks == 3) {
+                reset ? timer.reset() : timer.invalidate();
+            }
+        });
+        for (int i = 0; i < 6; ++i) {
+            advanceAndPump(0.5);
+        }
+        EXPECT_EQ(ticks, 3);
+        EXPECT_EQ(static_cast<bool>(timer), !reset);
+        EXPECT_FALSE(timer.isValid());
+        EXPECT_FALSE(loop.nextTimerFireDate());
     }
-    EXPECT_EQ(screen.captureTicks, 3);
-    EXPECT_FALSE(screen._timerCapture);
-
-    // Invalidating (not clearing) inside the tick leaves an invalid timer in the field.
-    int ticks = 0;
-    Timer timer;
-    timer = Timer::scheduled(loop, 0.5, true, [&] {
-        ++ticks;
-        timer.invalidate();
-    });
-    advanceAndPump(0.5);
-    advanceAndPump(0.5);
-    EXPECT_EQ(ticks, 1);
-    EXPECT_TRUE(timer);
-    EXPECT_FALSE(timer.isValid());
-    EXPECT_FALSE(loop.nextTimerFireDate());
 }
 
 TEST_F(TimerOnManualClock, ClearingOrDestroyingTheFieldFromInsideTheTick) {
-    Screen screen(loop);
     auto payload = std::make_shared<int>(0);
     std::weak_ptr<int> watch = payload;
-    screen.startTimerZoomSlider(std::move(payload));
+    Timer zoomSlider;
+    zoomSlider = Timer::scheduled(loop, 3.0, false, [&zoomSlider, payload] {
+        zoomSlider.reset();  // one-shot targets clear their field
+        ++*payload;
+    });
+    payload.reset();
     advanceAndPump(3.0);
-    EXPECT_FALSE(screen._timerZoomSlider);
+    EXPECT_FALSE(zoomSlider);
     EXPECT_TRUE(watch.expired());  // fired once, then its callback was let go
 
-    auto owner = std::make_unique<Screen>(loop);
+    auto owner = std::make_unique<Timer>();
     int ran = 0;
-    owner->_timerCapture = Timer::scheduled(loop, 1.0, true, [&] {
+    *owner = Timer::scheduled(loop, 1.0, true, [&] {
         ++ran;
         owner.reset();  // destroys the field that holds this very timer
     });
