@@ -5,24 +5,19 @@
 #include <atomic>
 #include <thread>
 
-#include "platform/sim/MemoryUserDefaults.h"
 #include "screen/settings_first_run.h"
 #include "screen/settings_loading.h"
 #include "screen/settings_reset.h"
+#include "tests/screen/settings_test_support.h"
 
 namespace orvane::screen {
 namespace {
 
 using foundation::Color;
 
-class SettingsCacheTest : public ::testing::Test {
+class SettingsCacheTest : public ::testing::Test, protected testing::TestStore {
   protected:
     void launch() { loadSettingsAtLaunch(store, DeviceTraits{}, "en"); }
-
-    platform::MemoryUserDefaults defaults;
-    SettingsCache cache;
-    SettingsStore store{defaults, cache};
-    ZephrinViewControllerStore& vc = store.viewController;
 };
 
 TEST(SelectTagsStringTest, TagsAreJoinedWithHashesAndNoTagsGiveNil) {
@@ -123,17 +118,13 @@ TEST_F(SettingsCacheTest, CopiesStayStaleUntilTheirReloadRuns) {
     EXPECT_FLOAT_EQ(cache.readLuoPanSize(), 0.5f);
 }
 
-TEST_F(SettingsCacheTest, InputStringIgnoresEmptyText) {
-    cache.setInputString("first");
-    cache.setInputString("");
-    EXPECT_EQ(cache.inputString(), "first");
-}
-
-TEST_F(SettingsCacheTest, ResetForgetsEverythingLoaded) {
+TEST_F(SettingsCacheTest, EmptyInputTextIsIgnoredAndResetForgetsEverythingLoaded) {
     vc.saveSelectTags(platform::StringArray{"x"});
     vc.setInputText("text");
     launch();
     ASSERT_EQ(cache.getSelectTagsString(), "#x");
+    cache.setInputString("");
+    EXPECT_EQ(cache.inputString(), "text");
     cache.reset();
     EXPECT_EQ(cache.getSelectTagsString(), std::nullopt);
     EXPECT_EQ(cache.inputString(), "");

@@ -7,72 +7,41 @@
 namespace orvane::screen {
 namespace {
 
-using testing::RecordingDefaults;
 using testing::snapshot;
+using testing::TestStore;
 
-class FirstRunTest : public ::testing::Test {
-  protected:
-    RecordingDefaults defaults;
-    SettingsCache cache;
-    SettingsStore store{defaults, cache};
-    ZephrinViewControllerStore& vc = store.viewController;
-};
+class FirstRunTest : public ::testing::Test, protected testing::TestStore {};
 
 TEST_F(FirstRunTest, FreshStoreIsWrittenInTheBlocksOrder) {
     runFirstRunBlock(store, DeviceTraits{});
-    const std::vector<std::string> expected = {
-        "UIRotateMode",
-        "HaveInitUIRotateMode",
-        "cameraModeIndex",
-        "timeSegIndex",
-        "haveinit",
-        "TextDistanceMode",
-        "FileNameFormat",
-        "PowerSaveBrightness",
-        "HaveInitPowerSaveBrightness",
-        "WaterPositionNotAuto",
-        "WatermarkPosition",
-        "WatermarkOpacity",
-        "WatermarkSize",
-        "WatermarkEdge",
-        "HaveInitWatermarkSetting",
-        "HaveInitWatermarkSetting2",
-        "MapPositionNotAuto",
-        "MapPosition",
-        "MapType",
-        "MapOpacity",
-        "MapSize",
-        "MapScale",
-        "HaveInitMapSetting",
-        "ASDisplay",
-        "ASUnits",
-        "HaveInitASSetting",
-        "LuoPanPositionNotAuto",
-        "LuoPanPosition",
-        "LuoPanStyle",
-        "LuoPanSize",
-        "HaveInitLuoPanSetting",
-        "VideoBitrateMode",
-        "VideoExtensionMode",
-        "HaveInitVideoBitrateAndExtensionSetting",
-    };
-    EXPECT_EQ(defaults.written(), expected);
+    EXPECT_EQ(defaults.written(),
+              (std::vector<std::string>{
+                  "UIRotateMode", "HaveInitUIRotateMode", "cameraModeIndex", "timeSegIndex",
+                  "haveinit", "TextDistanceMode", "FileNameFormat", "PowerSaveBrightness",
+                  "HaveInitPowerSaveBrightness",
+                  // The overlays and the video settings, each group closed by its flag.
+                  "WaterPositionNotAuto", "WatermarkPosition", "WatermarkOpacity", "WatermarkSize",
+                  "WatermarkEdge", "HaveInitWatermarkSetting", "HaveInitWatermarkSetting2",
+                  "MapPositionNotAuto", "MapPosition", "MapType", "MapOpacity", "MapSize",
+                  "MapScale", "HaveInitMapSetting", "ASDisplay", "ASUnits", "HaveInitASSetting",
+                  "LuoPanPositionNotAuto", "LuoPanPosition", "LuoPanStyle", "LuoPanSize",
+                  "HaveInitLuoPanSetting", "VideoBitrateMode", "VideoExtensionMode",
+                  "HaveInitVideoBitrateAndExtensionSetting"}));
     EXPECT_EQ(cache.getVideoBitrateMode(), 1) << "the bitrate step writes the cached copy too";
 }
 
+// An older store keeps dance mode only where the user shows it.
 TEST_F(FirstRunTest, OlderStoreInHiddenDanceModeStartsInPhotoMode) {
-    vc.SetHaveInit();
-    vc.saveCameraModeIndex(4);
-    runFirstRunBlock(store, DeviceTraits{});
-    EXPECT_EQ(vc.getCameraModeIndex(), 1);
-}
-
-TEST_F(FirstRunTest, DanceModeSurvivesWhenTheUserShowsIt) {
-    vc.SetHaveInit();
-    vc.SetHideDanceMode(false);
-    vc.saveCameraModeIndex(4);
-    runFirstRunBlock(store, DeviceTraits{});
-    EXPECT_EQ(vc.getCameraModeIndex(), 4);
+    for (const bool shown : {false, true}) {
+        TestStore older;
+        older.vc.SetHaveInit();
+        if (shown) {
+            older.vc.SetHideDanceMode(false);
+        }
+        older.vc.saveCameraModeIndex(4);
+        runFirstRunBlock(older.store, DeviceTraits{});
+        EXPECT_EQ(older.vc.getCameraModeIndex(), shown ? 4 : 1) << "shown " << shown;
+    }
 }
 
 TEST_F(FirstRunTest, MarginModeOfTheFirstRunFollowsScreenSizeAndHomeButton) {
@@ -86,11 +55,9 @@ TEST_F(FirstRunTest, MarginModeOfTheFirstRunFollowsScreenSizeAndHomeButton) {
         {6, true, 1},  {10, true, 1}, {11, true, 0}, {3, false, 1},
     };
     for (const auto& row : rows) {
-        RecordingDefaults fresh;
-        SettingsCache freshCache;
-        SettingsStore freshStore(fresh, freshCache);
-        runFirstRunBlock(freshStore, DeviceTraits{row.sizeCode, row.homeButton});
-        EXPECT_EQ(freshStore.viewController.readTextDistanceMode(), row.margin)
+        TestStore fresh;
+        runFirstRunBlock(fresh.store, DeviceTraits{row.sizeCode, row.homeButton});
+        EXPECT_EQ(fresh.vc.readTextDistanceMode(), row.margin)
             << "size " << row.sizeCode << ", home button " << row.homeButton;
     }
 }
@@ -139,9 +106,6 @@ TEST_F(FirstRunTest, GLViewSetsItsFirstValuesThenLoadsThem) {
     EXPECT_EQ(first.paperIndex, 2);
     EXPECT_EQ(first.penColorIndex, 2);
     EXPECT_EQ(first.timePosition, 2);
-    EXPECT_EQ(store.glView.getPaperIndex(), 2);
-    EXPECT_EQ(store.glView.getTimePosition(), 2);
-    EXPECT_EQ(store.glView.getWorldCupIndex(), 0);
     EXPECT_TRUE(defaults.objectForKey("worldCup"));
 
     store.glView.saveEffectIndex(7);
@@ -158,14 +122,12 @@ TEST_F(FirstRunTest, GLViewSetsItsFirstValuesThenLoadsThem) {
 TEST_F(FirstRunTest, StampLayerStartsWithTheLanguagesAddressForm) {
     for (const auto& [language, form] : std::vector<std::pair<std::string, std::string>>{
              {"zh", "fulladdress"}, {"en", "formatAddress2"}, {"de", "formatAddress2"}}) {
-        RecordingDefaults fresh;
-        SettingsCache freshCache;
-        SettingsStore freshStore(fresh, freshCache);
-        const auto values = runStampLayerFirstRun(freshStore, language);
+        TestStore fresh;
+        const auto values = runStampLayerFirstRun(fresh.store, language);
         EXPECT_EQ(values.timeFormatIndex, 1);
         EXPECT_EQ(values.locationType, form) << language;
-        EXPECT_EQ(freshStore.lineDrawer.getSavedLocationType(), form) << language;
-        EXPECT_EQ(freshStore.lineDrawer.getTimeFormatIndex(), 1);
+        EXPECT_EQ(fresh.store.lineDrawer.getSavedLocationType(), form) << language;
+        EXPECT_EQ(fresh.store.lineDrawer.getTimeFormatIndex(), 1);
     }
 }
 
@@ -184,18 +146,17 @@ TEST_F(FirstRunTest, CoordinateFormsMoveOutOfTheAddressKey) {
         {"gps3", std::nullopt, "gps3", std::nullopt},
     };
     for (const auto& row : rows) {
-        RecordingDefaults older;
-        SettingsCache olderCache;
-        SettingsStore olderStore(older, olderCache);
-        olderStore.lineDrawer.SetHaveRun();
-        olderStore.lineDrawer.saveTimeFormatIndex(33);
-        olderStore.lineDrawer.saveLocationType(row.locationType);
-        olderStore.lineDrawer.saveGpsType(row.gpsType);
-        const auto values = runStampLayerFirstRun(olderStore, "en");
+        TestStore older;
+        auto& lineDrawer = older.store.lineDrawer;
+        lineDrawer.SetHaveRun();
+        lineDrawer.saveTimeFormatIndex(33);
+        lineDrawer.saveLocationType(row.locationType);
+        lineDrawer.saveGpsType(row.gpsType);
+        const auto values = runStampLayerFirstRun(older.store, "en");
         const auto label = row.locationType.value_or("nil");
         EXPECT_EQ(values.timeFormatIndex, 33);
-        EXPECT_EQ(olderStore.lineDrawer.getSavedLocationType(), row.locationAfter) << label;
-        EXPECT_EQ(olderStore.lineDrawer.getSavedGpsType(), row.gpsAfter) << label;
+        EXPECT_EQ(lineDrawer.getSavedLocationType(), row.locationAfter) << label;
+        EXPECT_EQ(lineDrawer.getSavedGpsType(), row.gpsAfter) << label;
         EXPECT_EQ(values.locationType, row.locationAfter) << label;
         EXPECT_EQ(values.gpsType, row.gpsAfter) << label;
     }
@@ -211,14 +172,22 @@ TEST_F(FirstRunTest, LegacySmallPhotoBecomesPhotoResolutionFour) {
     EXPECT_EQ(cache.getCurrentPhotoRes(), 4);
 }
 
+// Chinese also starts with the full address form.
 TEST_F(FirstRunTest, EveryLaunchTurnsPowerSaveOffAndTheLunarLineOutsideChinese) {
-    vc.SetPowerSaveMode(true);
-    vc.SetShowLunar(true);
-    loadSettingsAtLaunch(store, DeviceTraits{}, "fr");
-    EXPECT_FALSE(vc.isPowerSaveMode());
-    EXPECT_FALSE(cache.isPowerSaveMode());
-    EXPECT_FALSE(vc.GetShowLunar());
-    EXPECT_FALSE(cache.isShowLunar());
+    for (const std::string language : {"fr", "zh"}) {
+        TestStore launched;
+        launched.vc.SetPowerSaveMode(true);
+        launched.vc.SetShowLunar(true);
+        loadSettingsAtLaunch(launched.store, DeviceTraits{}, language);
+        const bool chinese = language == "zh";
+        EXPECT_FALSE(launched.vc.isPowerSaveMode()) << language;
+        EXPECT_FALSE(launched.cache.isPowerSaveMode()) << language;
+        EXPECT_EQ(launched.vc.GetShowLunar(), chinese) << language;
+        EXPECT_EQ(launched.cache.isShowLunar(), chinese) << language;
+        EXPECT_EQ(launched.store.lineDrawer.getSavedLocationType(),
+                  chinese ? "fulladdress" : "formatAddress2")
+            << language;
+    }
 }
 
 TEST_F(FirstRunTest, DimBrightnessIsRaisedWhenLoaded) {
@@ -228,14 +197,7 @@ TEST_F(FirstRunTest, DimBrightnessIsRaisedWhenLoaded) {
     EXPECT_FLOAT_EQ(cache.getPowerSaveBrightness(), 0.02f);
 }
 
-TEST_F(FirstRunTest, SecondLaunchChangesNothing) {
-    loadSettingsAtLaunch(store, DeviceTraits{}, "en");
-    const auto afterFirst = snapshot(defaults);
-    loadSettingsAtLaunch(store, DeviceTraits{}, "en");
-    EXPECT_EQ(snapshot(defaults), afterFirst);
-}
-
-TEST_F(FirstRunTest, SecondLaunchOfAnOlderStoreChangesNothing) {
+TEST_F(FirstRunTest, SecondLaunchOfAFreshOrAnOlderStoreChangesNothing) {
     vc.SetHaveInit();
     vc.saveCameraModeIndex(4);
     vc.setDefaultFont("Helvetica");
@@ -245,10 +207,15 @@ TEST_F(FirstRunTest, SecondLaunchOfAnOlderStoreChangesNothing) {
     vc.SetSmallPhoto(true);
     store.lineDrawer.SetHaveRun();
     store.lineDrawer.saveLocationType("gps1");
-    loadSettingsAtLaunch(store, DeviceTraits{}, "en");
-    const auto afterFirst = snapshot(defaults);
-    loadSettingsAtLaunch(store, DeviceTraits{}, "en");
-    EXPECT_EQ(snapshot(defaults), afterFirst);
+    TestStore fresh;
+    for (TestStore* launched : {&fresh, static_cast<TestStore*>(this)}) {
+        loadSettingsAtLaunch(launched->store, DeviceTraits{}, "en");
+        const auto afterFirst = snapshot(launched->defaults);
+        loadSettingsAtLaunch(launched->store, DeviceTraits{}, "en");
+        EXPECT_EQ(snapshot(launched->defaults), afterFirst)
+            << (launched == &fresh ? "fresh" : "older");
+    }
+    // The older store's migrations ran once each.
     EXPECT_EQ(vc.getDefaultFontSizeLevel(), 2);
     EXPECT_FLOAT_EQ(store.watermark.readWatermarkSize(), 3.25f);
     EXPECT_EQ(store.lineDrawer.getSavedGpsType(), "gps1");

@@ -3,8 +3,8 @@
 
 #include <set>
 
-#include "platform/sim/MemoryUserDefaults.h"
 #include "screen/settings_keys.h"
+#include "tests/screen/settings_test_support.h"
 
 namespace orvane::screen {
 namespace {
@@ -47,69 +47,56 @@ TEST(SettingKeysTest, NamesAreUniqueAndFoundExactly) {
 // A writer that reached another key than its reader, or more than one, would show here.
 TEST(SettingKeysTest, EachWriterStoresOnlyItsOwnKeyAndReadsBack) {
     for (const auto& key : settingKeys()) {
-        platform::MemoryUserDefaults defaults;
-        SettingsCache cache;
-        SettingsStore store(defaults, cache);
+        testing::TestStore fresh;
         const auto value = sampleFor(key);
-        key.write(store, key.name, value);
-        EXPECT_EQ(defaults.allKeys(), std::vector<std::string>{std::string(key.name)}) << key.name;
-        EXPECT_EQ(key.read(store), value) << key.name;
+        key.write(fresh.store, key.name, value);
+        EXPECT_EQ(fresh.defaults.allKeys(), std::vector<std::string>{std::string(key.name)})
+            << key.name;
+        EXPECT_EQ(key.read(fresh.store), value) << key.name;
     }
 }
 
 TEST(SettingKeysTest, NilStringsAndListsRemoveTheKey) {
-    platform::MemoryUserDefaults defaults;
-    SettingsCache cache;
-    SettingsStore store(defaults, cache);
+    testing::TestStore fresh;
     for (const char* name : {"FileNamePrefix", "SelectTags"}) {
         const auto* key = findSettingKey(name);
-        key->write(store, key->name, sampleFor(*key));
-        key->write(store, key->name, SettingValue{});
-        EXPECT_EQ(key->read(store), SettingValue{}) << name;
+        key->write(fresh.store, key->name, sampleFor(*key));
+        key->write(fresh.store, key->name, SettingValue{});
+        EXPECT_EQ(key->read(fresh.store), SettingValue{}) << name;
     }
-    EXPECT_TRUE(defaults.allKeys().empty());
+    EXPECT_TRUE(fresh.defaults.allKeys().empty());
 }
 
 TEST(SettingKeysTest, PickerKeysAcceptTheirRowsOnly) {
-    struct Row {
+    const struct {
         const char* key;
-        double value;
-        bool accepted;
-    };
-    const std::vector<Row> rows = {
-        {"TimelpaseInterval", 0.25, true},
-        {"TimelpaseInterval", 7200, true},
-        {"TimelpaseInterval", 0.3, false},
-        {"TimelpaseInterval", 90, false},
-        {"videoSplitInterval", 270, true},
-        {"videoSplitInterval", 120, false},
-        {"videoSplitInterval", 0, true},
-        {"PlanCaptureInterval", 2, true},
-        {"PlanCaptureInterval", 1, false},
-        {"CaptureTimerSeconds", 3, true},
-        {"CaptureTimerSeconds", 4, false},
-        {"cameraModeIndex", 4, true},
-        {"cameraModeIndex", 5, false},
-        {"cameraModeIndex", -1, false},
-        {"defaultresolution", 0, false},
-        {"defaultresolution", 11, true},
-        {"defaultPhotoresolution", 8, false},
-        {"backFlashMode", 3, true},
-        {"backFlashMode", 4, false},
-        {"WatermarkPosition", 6, true},
-        {"MapPosition", 6, false},
-        {"MapType", 1, false},
-        {"MapType", 2, true},
-        {"LuoPanSize", -0.5, true},
-        {"LuoPanSize", 0.6, false},
-        {"TimeFormatIndex", 90, true},
-        {"TimeFormatIndex", 91, false},
-        {"FileNameIndex", 10000, false},
-        {"currentWhichCamera", 12, true},
+        std::vector<double> accepted;
+        std::vector<double> rejected;
+    } rows[] = {
+        {"TimelpaseInterval", {0.25, 7200}, {0.3, 90}},
+        {"videoSplitInterval", {270, 0}, {120}},
+        {"PlanCaptureInterval", {2}, {1}},
+        {"CaptureTimerSeconds", {3}, {4}},
+        {"cameraModeIndex", {4}, {5, -1}},
+        {"defaultresolution", {11}, {0}},
+        {"defaultPhotoresolution", {}, {8}},
+        {"backFlashMode", {3}, {4}},
+        {"WatermarkPosition", {6}, {}},
+        {"MapPosition", {}, {6}},
+        {"MapType", {2}, {1}},
+        {"LuoPanSize", {-0.5}, {0.6}},
+        {"TimeFormatIndex", {90}, {91}},
+        {"FileNameIndex", {}, {10000}},
+        {"currentWhichCamera", {12}, {}},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(findSettingKey(row.key)->accepted.accepts(row.value), row.accepted)
-            << row.key << " " << row.value;
+        const auto& accepted = findSettingKey(row.key)->accepted;
+        for (double value : row.accepted) {
+            EXPECT_TRUE(accepted.accepts(value)) << row.key << " " << value;
+        }
+        for (double value : row.rejected) {
+            EXPECT_FALSE(accepted.accepts(value)) << row.key << " " << value;
+        }
     }
 }
 

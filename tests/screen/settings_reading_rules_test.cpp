@@ -2,10 +2,10 @@
 // and the public forms of the map and compass sliders.
 #include <gtest/gtest.h>
 
-#include "platform/sim/MemoryUserDefaults.h"
 #include "screen/settings_color.h"
 #include "screen/settings_keys.h"
 #include "screen/settings_store.h"
+#include "tests/screen/settings_test_support.h"
 
 namespace orvane::screen {
 namespace {
@@ -13,122 +13,85 @@ namespace {
 using foundation::Color;
 using platform::DefaultsValue;
 
-class ReadingRuleTest : public ::testing::Test {
+class ReadingRuleTest : public ::testing::Test, protected testing::TestStore {
   protected:
     SettingValue readKey(std::string_view name) { return findSettingKey(name)->read(store); }
     void writeKey(std::string_view name, const SettingValue& value) {
         const auto* key = findSettingKey(name);
         key->write(store, key->name, value);
     }
-
-    platform::MemoryUserDefaults defaults;
-    SettingsCache cache;
-    SettingsStore store{defaults, cache};
 };
 
-struct StoredRead {
-    const char* key;
-    DefaultsValue stored;
-    SettingValue read;
-};
+using Int = std::int64_t;
+const double kDim = 0.02f;  // the dimmest brightness, as the float the store keeps
 
+// Each row: a key, then stored values with what they read as.
 TEST_F(ReadingRuleTest, StoredValuesReadThroughTheirRules) {
-    const std::vector<StoredRead> rows = {
-        {"TimelpaseInterval", 0.0, 0.5},
-        {"TimelpaseInterval", 10000.0, 0.5},
-        {"TimelpaseInterval", 0.2499, 0.5},
-        {"TimelpaseInterval", 0.25, 0.25},
-        {"TimelpaseInterval", 7200.0, 7200.0},
-        {"TimelpaseInterval", 7200.5, 0.5},
-        {"TimelpaseInterval", 3.0, 3.0},
-        {"videoSplitInterval", std::int64_t{14}, std::int64_t{0}},
-        {"videoSplitInterval", std::int64_t{15}, std::int64_t{15}},
-        {"videoSplitInterval", std::int64_t{270}, std::int64_t{270}},
-        {"videoSplitInterval", std::int64_t{3600}, std::int64_t{3600}},
-        {"videoSplitInterval", std::int64_t{3601}, std::int64_t{0}},
-        {"PlanCaptureInterval", std::int64_t{1}, std::int64_t{0}},
-        {"PlanCaptureInterval", std::int64_t{2}, std::int64_t{2}},
-        {"PlanCaptureInterval", std::int64_t{600}, std::int64_t{600}},
-        {"PlanCaptureInterval", std::int64_t{601}, std::int64_t{0}},
-        {"defaultresolution", std::int64_t{0}, std::int64_t{2}},
-        {"defaultresolution", std::int64_t{1}, std::int64_t{1}},
-        {"defaultresolution", std::int64_t{11}, std::int64_t{11}},
-        {"defaultresolution", std::int64_t{12}, std::int64_t{2}},
-        {"defaultresolution", std::int64_t{-3}, std::int64_t{2}},
-        {"defaultPhotoresolution", std::int64_t{0}, std::int64_t{5}},
-        {"defaultPhotoresolution", std::int64_t{7}, std::int64_t{7}},
-        {"defaultPhotoresolution", std::int64_t{8}, std::int64_t{5}},
-        {"backFlashMode", std::int64_t{-1}, std::int64_t{0}},
-        {"backFlashMode", std::int64_t{2}, std::int64_t{3}},
-        {"frontFlashMode", std::int64_t{0}, std::int64_t{1}},
-        {"TextAlpha", std::int64_t{20}, std::int64_t{80}},
-        {"TextAlpha", std::int64_t{0}, std::int64_t{100}},
-        {"TextAlpha", std::int64_t{100}, std::int64_t{0}},
-        {"HideDanceMode", true, false},
-        {"HideDanceMode", false, true},
-        {"PowerSaveBrightness", 0.01, static_cast<double>(0.02f)},
-        {"PowerSaveBrightness", 0.0, static_cast<double>(0.02f)},
-        {"PowerSaveBrightness", -1.0, static_cast<double>(0.02f)},
-        {"PowerSaveBrightness", 0.02, static_cast<double>(0.02f)},
-        {"PowerSaveBrightness", 0.5, 0.5},
-        {"VolumeButtonCapture", true, true},
-    };
-    for (const auto& row : rows) {
-        defaults.setObject(row.key, row.stored);
-        EXPECT_EQ(readKey(row.key), row.read) << row.key;
+    const std::vector<std::pair<const char*, std::vector<std::pair<DefaultsValue, SettingValue>>>>
+        rows = {
+            {"TimelpaseInterval", {{0.25, 0.25}, {7200.0, 7200.0}, {3.0, 3.0}}},
+            {"TimelpaseInterval", {{0.0, 0.5}, {10000.0, 0.5}, {0.2499, 0.5}, {7200.5, 0.5}}},
+            {"videoSplitInterval",
+             {{Int{15}, Int{15}}, {Int{270}, Int{270}}, {Int{3600}, Int{3600}}}},
+            {"videoSplitInterval", {{Int{14}, Int{0}}, {Int{3601}, Int{0}}}},
+            {"PlanCaptureInterval", {{Int{2}, Int{2}}, {Int{600}, Int{600}}}},
+            {"PlanCaptureInterval", {{Int{1}, Int{0}}, {Int{601}, Int{0}}}},
+            {"defaultresolution", {{Int{1}, Int{1}}, {Int{11}, Int{11}}}},
+            {"defaultresolution", {{Int{0}, Int{2}}, {Int{12}, Int{2}}, {Int{-3}, Int{2}}}},
+            {"defaultPhotoresolution", {{Int{0}, Int{5}}, {Int{7}, Int{7}}, {Int{8}, Int{5}}}},
+            {"backFlashMode", {{Int{-1}, Int{0}}, {Int{2}, Int{3}}}},
+            {"frontFlashMode", {{Int{0}, Int{1}}}},
+            {"TextAlpha", {{Int{20}, Int{80}}, {Int{0}, Int{100}}, {Int{100}, Int{0}}}},
+            {"HideDanceMode", {{true, false}, {false, true}}},
+            {"PowerSaveBrightness", {{0.01, kDim}, {0.0, kDim}, {-1.0, kDim}, {0.02, kDim}}},
+            {"PowerSaveBrightness", {{0.5, 0.5}}},
+            {"VolumeButtonCapture", {{true, true}}},
+        };
+    for (const auto& [key, cases] : rows) {
+        for (const auto& [stored, read] : cases) {
+            defaults.setObject(key, stored);
+            EXPECT_EQ(readKey(key), read)
+                << key << " stored as " << ::testing::PrintToString(stored);
+        }
     }
 }
-
-struct WrittenStored {
-    const char* key;
-    SettingValue written;
-    DefaultsValue stored;
-};
 
 TEST_F(ReadingRuleTest, SettersStoreTheTransformedValue) {
-    const std::vector<WrittenStored> rows = {
-        {"TextAlpha", std::int64_t{80}, std::int64_t{20}},
-        {"TextAlpha", std::int64_t{100}, std::int64_t{0}},
-        {"backFlashMode", std::int64_t{2}, std::int64_t{1}},
-        {"frontFlashMode", std::int64_t{0}, std::int64_t{-1}},
-        {"HideDanceMode", true, false},
-        {"HideDanceMode", false, true},
-        {"PowerSaveBrightness", 0.01, 0.02},
-        {"PowerSaveBrightness", 0.3, 0.3},
-        {"FileNameIndex", std::int64_t{9999}, std::int64_t{9999}},
-        {"FileNameIndex", std::int64_t{10000}, std::int64_t{0}},
-        {"FileNameIndex", std::int64_t{-1}, std::int64_t{0}},
-        {"haveinit", false, false},
-    };
-    for (const auto& row : rows) {
-        writeKey(row.key, row.written);
-        EXPECT_EQ(defaults.objectForKey(row.key), row.stored) << row.key;
+    const std::vector<std::pair<const char*, std::vector<std::pair<SettingValue, DefaultsValue>>>>
+        rows = {
+            {"TextAlpha", {{Int{80}, Int{20}}, {Int{100}, Int{0}}}},
+            {"backFlashMode", {{Int{2}, Int{1}}}},
+            {"frontFlashMode", {{Int{0}, Int{-1}}}},
+            {"HideDanceMode", {{true, false}, {false, true}}},
+            {"PowerSaveBrightness", {{0.01, 0.02}, {0.3, 0.3}}},
+            {"FileNameIndex", {{Int{9999}, Int{9999}}, {Int{10000}, Int{0}}, {Int{-1}, Int{0}}}},
+            {"haveinit", {{false, false}}},
+        };
+    for (const auto& [key, cases] : rows) {
+        for (const auto& [written, stored] : cases) {
+            writeKey(key, written);
+            EXPECT_EQ(defaults.objectForKey(key), stored)
+                << key << " written as " << ::testing::PrintToString(written);
+        }
     }
 }
 
-TEST_F(ReadingRuleTest, PlateAndStrokeColoursDefaultToBlackAndKeepIt) {
+// Plate and stroke read black over absent or broken data and keep it; the line colour reads red
+// and leaves the stored data alone; the font colour reads white.
+TEST_F(ReadingRuleTest, ColoursReadTheirDefaultsOverAbsentOrBrokenData) {
     defaults.setData("TextStrokeColor", platform::Blob{1, 2, 3});
     EXPECT_EQ(store.viewController.getTextBackgroundColor(), Color::blackColor());
     EXPECT_EQ(store.viewController.getTextStrokeColor(), Color::blackColor());
     EXPECT_EQ(readColor(defaults, "TextBackgroundColor"), Color::blackColor());
     EXPECT_EQ(readColor(defaults, "TextStrokeColor"), Color::blackColor());
-}
 
-TEST_F(ReadingRuleTest, LineColourDefaultsToRedWithoutWritingIt) {
     EXPECT_EQ(store.imageDrawing.getDefaultLineColor(), Color::redColor());
     EXPECT_FALSE(defaults.objectForKey("defaultLineColor"));
     defaults.setData("defaultLineColor", platform::Blob{9, 9});
     EXPECT_EQ(store.imageDrawing.getDefaultLineColor(), Color::redColor());
     EXPECT_EQ(defaults.dataForKey("defaultLineColor"), (platform::Blob{9, 9}));
-}
 
-TEST_F(ReadingRuleTest, FontColourDefaultsToWhiteAndKeepsAChosenColour) {
     EXPECT_EQ(store.viewController.getDefaultFontColor(), Color::whiteColor());
-    const Color teal{0.0, 0.5, 0.5, 1.0};
-    store.viewController.setDefaultFontColor(teal);
-    EXPECT_EQ(store.viewController.getDefaultFontColor(), teal);
-    EXPECT_EQ(store.lineDrawer.getDefaultFontColor(), teal);
-    EXPECT_EQ(store.sessionManager.getDefaultFontColor(), teal);
 }
 
 TEST_F(ReadingRuleTest, MapScaleSliderGivesTheSpanOnBothHalvesOfTheCurve) {
@@ -191,6 +154,8 @@ TEST_F(ReadingRuleTest, OtherClassesReadersAgreeWithTheCameraScreen) {
     store.lineDrawer.saveTimeFormatIndex(42);
     store.viewController.SetPowerSaveMode(true);
     store.viewController.SetPowerSaveBrightness(0.01f);
+    const Color teal{0.0, 0.5, 0.5, 1.0};
+    store.viewController.setDefaultFontColor(teal);
 
     EXPECT_EQ(store.lineDrawer.getCameraModeIndex(), 3);
     EXPECT_EQ(store.sessionManager.getCameraModeIndex(), 3);
@@ -204,6 +169,8 @@ TEST_F(ReadingRuleTest, OtherClassesReadersAgreeWithTheCameraScreen) {
     EXPECT_EQ(store.sessionManager.getTimeFormatIndex(), 42);
     EXPECT_TRUE(store.glView.isPowerSaveMode());
     EXPECT_FLOAT_EQ(store.glView.getPowerSaveBrightness(), 0.02f);
+    EXPECT_EQ(store.lineDrawer.getDefaultFontColor(), teal);
+    EXPECT_EQ(store.sessionManager.getDefaultFontColor(), teal);
 }
 
 // Three keys share "isHaveRun"-like names on different classes; each must keep its own flag.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/sim/MemoryUserDefaults.h"
+#include "screen/settings_store.h"
 
 namespace orvane::screen::testing {
 
@@ -27,6 +28,14 @@ class RecordingDefaults final : public platform::UserDefaults {
   private:
     platform::MemoryUserDefaults _store;
     std::vector<std::string> _written;
+};
+
+// A store on recording defaults with cached copies of its own, as one run of the program has.
+struct TestStore {
+    RecordingDefaults defaults;
+    SettingsCache cache;
+    SettingsStore store{defaults, cache};
+    ZephrinViewControllerStore& vc = store.viewController;
 };
 
 // Every key and its stored value, for comparing a whole store before and after.
