@@ -4,6 +4,7 @@
 #include <ctime>
 #include <memory>
 #include <mutex>
+#include <string_view>
 
 #include "foundation/exceptions.h"
 #include "foundation/strings.h"
@@ -210,10 +211,12 @@ CivilDate deviceCalendarDate(double timeIntervalSince1970) {
 
 LunarLine::LunarLine(Calendar calendar) : _calendar(std::move(calendar)) {}
 
-std::string LunarLine::getFormattedLunar(double date) {
+const std::string& LunarLine::getFormattedLunar(double date) {
     const auto civil = _calendar(date);
-    const auto key = std::to_string(civil.year) + "-" + std::to_string(civil.month) + "-" +
-                     std::to_string(civil.day);
+    char buffer[48];
+    const int length =
+        std::snprintf(buffer, sizeof buffer, "%d-%d-%d", civil.year, civil.month, civil.day);
+    const std::string_view key(buffer, static_cast<std::size_t>(length));
     if (auto found = _solarToLunarDic.find(key);
         found != _solarToLunarDic.end() && !found->second.empty())
         return found->second;
@@ -228,8 +231,7 @@ std::string LunarLine::getFormattedLunar(double date) {
     if (!lookup.lunarFestival.empty())
         text += " " + lookup.lunarFestival;
     _solarToLunarDic.clear();
-    _solarToLunarDic[key] = text;
-    return text;
+    return _solarToLunarDic.emplace(std::string(key), std::move(text)).first->second;
 }
 
 }  // namespace orvane::stamp

@@ -72,12 +72,13 @@ class LunarLine {
     explicit LunarLine(Calendar calendar = deviceCalendarDate);
 
     // "农历" with the month and day names, then the solar term and the festival after a blank
-    // each. Outside the tables the names read "(null)".
-    std::string getFormattedLunar(double date);
+    // each. Outside the tables the names read "(null)". The text stays valid until the next call;
+    // on a day already seen, nothing is allocated.
+    const std::string& getFormattedLunar(double date);
 
   private:
     Calendar _calendar;
-    std::map<std::string, std::string> _solarToLunarDic;
+    std::map<std::string, std::string, std::less<>> _solarToLunarDic;
 };
 
 }  // namespace orvane::stamp

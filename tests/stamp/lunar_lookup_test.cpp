@@ -6,6 +6,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "foundation/Clock.h"
 #include "stamp/LCMemoryCache.h"
@@ -123,6 +124,26 @@ TEST(LCMemoryCacheTest, LookupsOfDifferentYearsGetTheirOwnTerms) {
         EXPECT_EQ(lunarLookup(2025, 2, 3).term, "立春");
         EXPECT_EQ(LCMemoryCache::shared().current(), 2025);
     }
+}
+
+TEST(LCMemoryCacheTest, LookupsOfTwoYearsOnTwoThreadsNeverSwapTermLists) {
+    // Each thread alternates its year's 立春 with a day that has no term in either year, so a
+    // list of the other year taken from the shared cache shows at once.
+    auto lookups = [](int year, int springDay, int* wrong) {
+        for (int i = 0; i < 10000; ++i) {
+            if (lunarLookup(year, 2, springDay).term != "立春")
+                ++*wrong;
+            if (!lunarLookup(year, 3, 1).term.empty())
+                ++*wrong;
+        }
+    };
+    int wrong2024 = 0, wrong2025 = 0;
+    std::thread first(lookups, 2024, 4, &wrong2024);
+    std::thread second(lookups, 2025, 3, &wrong2025);
+    first.join();
+    second.join();
+    EXPECT_EQ(wrong2024, 0);
+    EXPECT_EQ(wrong2025, 0);
 }
 
 // A calendar at a fixed offset from UTC that counts how often it is asked.
