@@ -1,5 +1,6 @@
 // UTM and UPS on top of the projections, and the MGRS lettering on top of those.
 #include "stamp/geodesy.h"
+#include "stamp/geodesy_ellipsoid.h"
 
 #include <cmath>
 #include <cstdio>
@@ -75,18 +76,6 @@ long mgrsErrorFromUPS(long error) {
         result |= kMGRSInvFError;
     }
     return result;
-}
-
-long checkEllipsoid(double a, double f, long aError, long invFError) {
-    long error = 0;
-    if (!(a > 0)) {
-        error |= aError;
-    }
-    const double inverseFlattening = 1 / f;
-    if (!(inverseFlattening >= 250 && inverseFlattening <= 350)) {
-        error |= invFError;
-    }
-    return error;
 }
 
 // The hundred-kilometre row letter of a northing within its 2000 km cycle; I and O are skipped.

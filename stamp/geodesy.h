@@ -158,7 +158,8 @@ class GridConverter {
         double originLatitude, centralMeridian, falseEasting, falseNorthing, scaleFactor;
     };
     struct PolarStereographic {
-        double a, f, e, southPole;
+        double a, f, e;
+        bool southPole;
         double mcOverTc;  // scale term of the latitude of true scale
         double originLongitude, falseEasting, falseNorthing;
     };

@@ -4,6 +4,7 @@
 #include <numbers>
 
 #include "stamp/geodesy.h"
+#include "stamp/geodesy_ellipsoid.h"
 
 namespace orvane::stamp {
 
@@ -16,18 +17,6 @@ constexpr double kTwoPi = 2 * kPi;
 constexpr double kMaxTMLatitude = 1.570621793869697;
 constexpr double kMaxDeltaLongitude = kPi / 2;
 constexpr double kWarnDeltaLongitude = 0.15707963267948966;  // 9 degrees
-
-long checkEllipsoid(double a, double f, long aError, long invFError) {
-    long error = 0;
-    if (!(a > 0)) {
-        error |= aError;
-    }
-    const double inverseFlattening = 1 / f;
-    if (!(inverseFlattening >= 250 && inverseFlattening <= 350)) {
-        error |= invFError;
-    }
-    return error;
-}
 
 }  // namespace
 
@@ -170,7 +159,7 @@ long GridConverter::setPolarStereographicParameters(double a, double f, double l
         .a = a,
         .f = f,
         .e = e,
-        .southPole = latitudeOfTrueScale < 0 ? 1.0 : 0.0,
+        .southPole = latitudeOfTrueScale < 0,
         .mcOverTc = mcOverTc,
         .originLongitude = longitudeDownFromPole,
         .falseEasting = falseEasting,
@@ -182,7 +171,7 @@ long GridConverter::setPolarStereographicParameters(double a, double f, double l
 long GridConverter::convertGeodeticToPolarStereographic(double latitude, double longitude,
                                                         double& easting, double& northing) const {
     const PolarStereographic& p = _polar;
-    const bool south = p.southPole != 0;
+    const bool south = p.southPole;
     long error = 0;
     if (latitude < -kHalfPi || latitude > kHalfPi || (south && latitude > 0) ||
         (!south && latitude < 0)) {
