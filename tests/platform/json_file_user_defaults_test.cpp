@@ -411,7 +411,8 @@ TEST_F(JsonFileUserDefaultsTest, ThreadsOfTwoInstancesWritingAtOnceLoseNothing) 
         threads.emplace_back([&, t] {
             JsonFileUserDefaults& store = t % 2 ? first : second;
             for (int k = 0; k < kKeys; ++k) {
-                const std::string key = "t" + std::to_string(t) + "k" + std::to_string(k);
+                std::string key = "t";  // appended, not "t" + ...: GCC 12 warns falsely at -O3
+                key += std::to_string(t) + "k" + std::to_string(k);
                 store.setInteger(key, k);
                 EXPECT_EQ(store.integerForKey(key), k);
                 (void)store.allKeys();
