@@ -41,7 +41,13 @@ std::string findGeoConvert() {
 // One output line per point.
 std::vector<std::string> runGeoConvert(const std::string& program, const std::string& flags,
                                        const std::vector<Point>& points) {
-    const std::string input = testing::TempDir() + "geodesy_reference_points.txt";
+    // Tests run side by side in separate processes: each writes its own points file.
+    std::string input = testing::TempDir();
+    input += "geodesy_reference_points-";
+    input += std::to_string(::getpid());
+    input += '-';
+    input += testing::UnitTest::GetInstance()->current_test_info()->name();
+    input += ".txt";
     {
         std::ofstream file(input);
         file.precision(12);
