@@ -6,7 +6,15 @@
 #include <cctype>
 #include <clocale>
 #include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <mutex>
 #include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "foundation/log.h"
+#include "foundation/mo_catalogue.h"
 
 namespace orvane::foundation {
 
@@ -14,6 +22,18 @@ namespace {
 
 constexpr const char* kTextDomain = "orvane";
 std::atomic<bool> gBound{false};
+std::atomic<const MoCatalogue*> gEnglish{nullptr};
+
+// Keeps every English catalogue ever read alive: localized() hands out pointers into them, and
+// those must outlive a later initializeStrings and the static destructors at exit, where other
+// threads may still be drawing text.
+const MoCatalogue* keepForever(std::unique_ptr<const MoCatalogue> catalogue) {
+    static std::mutex mutex;
+    static auto* kept = new std::vector<std::unique_ptr<const MoCatalogue>>;
+    std::lock_guard lock(mutex);
+    kept->push_back(std::move(catalogue));
+    return kept->back().get();
+}
 
 // "zh_CN.UTF-8" -> "zh"; "C", "POSIX" and empty -> "".
 std::string languageOf(std::string_view locale) {
@@ -29,17 +49,49 @@ std::string languageOf(std::string_view locale) {
     return code;
 }
 
+// <directory of the running program>/../share/locale, when there is one.
+std::string besideExecutable() {
+    std::error_code error;
+    const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) {
+        return {};
+    }
+    const auto dir = (executable.parent_path() / ".." / "share" / "locale").lexically_normal();
+    return std::filesystem::is_directory(dir, error) ? dir.string() : std::string();
+}
+
 }  // namespace
 
-void initializeStrings(const std::string& localeDir) {
-    std::setlocale(LC_ALL, "");
-    std::string dir = localeDir.empty() ? std::string(ORVANE_LOCALEDIR) : localeDir;
+std::string localeDirectory(const std::string& localeDir) {
     if (const char* fromEnvironment = std::getenv("ORVANE_LOCALEDIR");
         fromEnvironment && *fromEnvironment) {
-        dir = fromEnvironment;
+        return fromEnvironment;
     }
+    if (!localeDir.empty()) {
+        return localeDir;
+    }
+    if (std::string dir = besideExecutable(); !dir.empty()) {
+        return dir;
+    }
+    return ORVANE_LOCALEDIR;
+}
+
+void initializeStrings(const std::string& localeDir) {
+    if (!std::setlocale(LC_ALL, "")) {
+        log("The locale the environment asks for is not installed; texts stay in English");
+    }
+    std::setlocale(LC_NUMERIC, "C");
+
+    const std::string dir = localeDirectory(localeDir);
     bindtextdomain(kTextDomain, dir.c_str());
     bind_textdomain_codeset(kTextDomain, "UTF-8");
+
+    const std::string englishPath = dir + "/en/LC_MESSAGES/" + kTextDomain + ".mo";
+    auto english = MoCatalogue::read(englishPath);
+    if (!english->error().empty()) {
+        log("No English texts: %s %s", englishPath.c_str(), english->error().c_str());
+    }
+    gEnglish.store(keepForever(std::move(english)), std::memory_order_release);
     gBound.store(true, std::memory_order_release);
 }
 
@@ -47,7 +99,15 @@ const char* localized(const char* literal) {
     if (!gBound.load(std::memory_order_acquire)) {
         return literal;
     }
-    return dgettext(kTextDomain, literal);
+    // gettext hands back the key itself when the user's catalogue lacks it, and always in the
+    // C locale.
+    if (const char* translated = dgettext(kTextDomain, literal); translated != literal) {
+        return translated;
+    }
+    if (const char* english = gEnglish.load(std::memory_order_acquire)->find(literal)) {
+        return english;
+    }
+    return literal;
 }
 
 std::string preferredLanguageCode() {
