@@ -6,6 +6,8 @@
 
 #include "app/settings_command.h"
 #include "app/settings_values.h"
+#include "app/stamp_commands.h"
+#include "foundation/Clock.h"
 #include "foundation/strings.h"
 #include "platform/linux/JsonFileUserDefaults.h"
 #include "screen/settings_reset.h"
@@ -14,13 +16,15 @@ namespace orvane::app {
 
 namespace {
 
-enum class Command { None, List, Get, Set, ResetStamp };
+enum class Command { None, List, Get, Set, ResetStamp, Formats, Lunar };
 
 struct Request {
     Command command = Command::None;
     std::string configDirectory;
     std::string key;
     std::vector<std::string> words;
+    FormatsOptions formats;
+    std::string lunarDate;
 };
 
 // A command whose key and value are known good, ready to run on the store.
@@ -84,6 +88,26 @@ void addSettingsCommands(CLI::App& app, Request& request) {
     }
 }
 
+void addStampCommands(CLI::App& app, Request& request) {
+    auto* formats = app.add_subcommand(
+        "formats", "Every time, coordinate and lunar row, and the stamp's blocks, for one moment");
+    auto& options = request.formats;
+    formats->add_option("--lat", options.latitude, "Latitude in degrees, north positive");
+    formats->add_option("--lon", options.longitude, "Longitude in degrees, east positive");
+    formats->add_option("--alt", options.altitude, "Altitude in metres");
+    formats->add_option("--speed", options.speed, "Speed in metres per second");
+    formats->add_option("--accuracy", options.accuracy, "Horizontal accuracy in metres");
+    formats->add_option("--heading", options.heading, "Compass heading in degrees");
+    formats->add_option("--time", options.time,
+                        "The moment, ISO 8601 (2024-02-10T12:00:00+08:00); default now");
+    formats->callback([&request] { request.command = Command::Formats; });
+    formats->fallthrough();
+
+    auto* lunar = app.add_subcommand("lunar", "The lunar calendar's month, day, festival and term");
+    lunar->add_option("date", request.lunarDate, "The date, YYYY-MM-DD")->required();
+    lunar->callback([&request] { request.command = Command::Lunar; });
+}
+
 }  // namespace
 
 int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
@@ -93,6 +117,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     Request request;
     addConfigOption(app, request);
     addSettingsCommands(app, request);
+    addStampCommands(app, request);
 
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
@@ -103,6 +128,16 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     if (request.command == Command::None) {
         out << app.help();
         return 0;
+    }
+
+    if (request.command == Command::Lunar) {
+        return printLunar(request.lunarDate, out, err);
+    }
+    if (request.command == Command::Formats) {
+        if (auto problem = checkFormatsOptions(request.formats)) {
+            err << "orvane formats: " << *problem << "\n";
+            return 1;
+        }
     }
 
     auto prepared = prepare(request, err);
@@ -120,7 +155,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
                                      : environment.languageCode;
     auto& cache = environment.cache ? *environment.cache : screen::SettingsCache::shared();
     screen::SettingsStore store(opened->defaults(), cache);
-    screen::loadSettingsAtLaunch(store, environment.device, language);
+    const auto launch = screen::loadSettingsAtLaunch(store, environment.device, language);
 
     switch (request.command) {
         case Command::List:
@@ -135,6 +170,11 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         case Command::ResetStamp:
             screen::resetTextSettings(store, language);
             break;
+        case Command::Formats:
+            printFormats(store, cache, launch.stampLayer, request.formats,
+                         foundation::systemClock().timeIntervalSince1970(), out);
+            break;
+        case Command::Lunar:
         case Command::None:
             break;
     }

@@ -34,13 +34,14 @@ class OrvaneBinaryTest : public ::testing::Test {
     }
     void TearDown() override { fs::remove_all(folder); }
 
-    // Runs the binary as a new process; arguments must not need shell quoting.
-    Result run(const std::string& arguments) {
+    // Runs the binary as a new process; arguments must not need shell quoting. `environment`
+    // holds NAME=VALUE words for env(1).
+    Result run(const std::string& arguments, const std::string& environment = "") {
         const auto out = folder / "out.txt";
         const auto err = folder / "err.txt";
-        const std::string command = std::string("'") + ORVANE_BINARY + "' --config-dir '" +
-                                    config.string() + "' " + arguments + " >'" + out.string() +
-                                    "' 2>'" + err.string() + "'";
+        const std::string command = "env " + environment + " '" + ORVANE_BINARY +
+                                    "' --config-dir '" + config.string() + "' " + arguments +
+                                    " >'" + out.string() + "' 2>'" + err.string() + "'";
         const int raw = std::system(command.c_str());
         const int status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
         return {status, readFile(out), readFile(err)};
@@ -98,6 +99,69 @@ TEST_F(OrvaneBinaryTest, ABrokenFileIsMovedAsideAndTheProgramGoesOn) {
     }
     EXPECT_EQ(setAside, 1);
     EXPECT_EQ(run("settings get ShowGrid").out, "false\n");
+}
+
+// The moment of the done-when check: noon in Beijing on the lunar new year 2024.
+const std::string kChinaNoon =
+    "formats --lat 48.858370 --lon 2.294481 --accuracy 5 --time 2024-02-10T12:00:00+08:00";
+
+TEST_F(OrvaneBinaryTest, FormatsPrintsEveryRowInTheUsersZone) {
+    const auto result = run(kChinaNoon, "TZ=Asia/Shanghai LC_ALL=C LANGUAGE=");
+    ASSERT_EQ(result.status, 0) << result.err;
+    for (const char* row :
+         {"time.19\t2024-02-10 12:00:00\n", "time.46\t02/10/2024 12:00:00.000\n",
+          "time.60\t02/10/2024<enter>12:00:00\n", "time.87\tSAT | 10 FEB 2024 | 12:00PM\n",
+          "gps1\t+48.858370,+2.294481\n", "gps1WithAccuracy\t+48.858370,+2.294481 ±5.00m\n",
+          "gpsUTM\t31U 448250 5411951\n", "gpsMGRS\t31UDQ4825011951\n",
+          "lunar\t农历正月初一 春节\n", "stamp.time\t"}) {
+        EXPECT_NE(result.out.find(row), std::string::npos) << row << "\n" << result.out;
+    }
+    EXPECT_NE(result.out.find("time.90\t"), std::string::npos);
+    EXPECT_EQ(result.out.find("time.91\t"), std::string::npos);
+
+    const auto utc = run(kChinaNoon, "TZ=UTC LC_ALL=C LANGUAGE=");
+    EXPECT_NE(utc.out.find("time.19\t2024-02-10 04:00:00\n"), std::string::npos) << utc.out;
+}
+
+TEST_F(OrvaneBinaryTest, FormatsComposesTheStampFromTheStoredSettings) {
+    ASSERT_EQ(run("settings set ShowAltitudeAndSpeed true").status, 0);
+    ASSERT_EQ(run("settings set SavedGpsType gpsMGRS").status, 0);
+    ASSERT_EQ(run("settings set TimeFormatIndex 48").status, 0);
+    const auto result =
+        run(kChinaNoon + " --alt 35 --speed 3", "TZ=Asia/Shanghai LC_ALL=C LANGUAGE=");
+    ASSERT_EQ(result.status, 0) << result.err;
+    for (const char* row : {"stamp.time\t02/10/2024 12:00:00.\n", "stamp.fraction\t0\n",
+                            "stamp.coordinates\t31UDQ4825011951\n",
+                            "stamp.static\tAltitude:35.0m<enter>Speed:10.8km/h\n"}) {
+        EXPECT_NE(result.out.find(row), std::string::npos) << row << "\n" << result.out;
+    }
+}
+
+TEST_F(OrvaneBinaryTest, FormatsRefusesBadArguments) {
+    for (const char* arguments :
+         {"formats --lat 48.8", "formats --lat 91 --lon 0", "formats --lat 1 --lon 181",
+          "formats --time 2024-02-30T12:00:00", "formats --time noon",
+          "formats --lat north --lon 0", "formats --accuracy -1"}) {
+        const auto result = run(arguments);
+        EXPECT_NE(result.status, 0) << arguments;
+        EXPECT_NE(result.err, "") << arguments;
+        EXPECT_EQ(result.out, "") << arguments;
+    }
+}
+
+TEST_F(OrvaneBinaryTest, LunarPrintsTheFieldsOfADate) {
+    const auto result = run("lunar 2024-02-10", "LC_ALL=C LANGUAGE=");
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out,
+              "lunarMonthName\t正月\nlunarDayName\t初一\n"
+              "lunarFestival\t春节\nterm\t\n"
+              "line\t农历正月初一 春节\n");
+
+    for (const char* date : {"2024-02-30", "2024-2-10", "2024-02-10x", "2101-01-01"}) {
+        const auto refused = run(std::string("lunar ") + date);
+        EXPECT_EQ(refused.status, 1) << date;
+        EXPECT_NE(refused.err, "") << date;
+    }
 }
 
 }  // namespace
