@@ -36,6 +36,22 @@ void LineDrawerStore::saveLocation(std::optional<std::string> location) {
     _d.setString("SavedLocation", std::move(location));
 }
 
+std::optional<std::string> LineDrawerStore::getGeocoderURL() const {
+    return _d.stringForKey("GeocoderURL");
+}
+
+void LineDrawerStore::saveGeocoderURL(std::optional<std::string> url) {
+    _d.setString("GeocoderURL", std::move(url));
+}
+
+std::optional<std::string> LineDrawerStore::getGeocoderContact() const {
+    return _d.stringForKey("GeocoderContact");
+}
+
+void LineDrawerStore::saveGeocoderContact(std::optional<std::string> contact) {
+    _d.setString("GeocoderContact", std::move(contact));
+}
+
 std::optional<std::string> LineDrawerStore::getSavedGpsType() const {
     return _d.stringForKey("SavedGpsType");
 }

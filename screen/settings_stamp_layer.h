@@ -31,6 +31,13 @@ class LineDrawerStore {
     void saveGpsType(std::optional<std::string> type);
     std::optional<std::string> getSavedGps() const;
     void saveGps(std::optional<std::string> gps);
+    // The online geocoder: its base URL ("https://nominatim.example"; absent or empty keeps it
+    // off, so positions never leave the machine unasked) and the contact (an e-mail address or
+    // URL) its requests carry in their User-Agent.
+    std::optional<std::string> getGeocoderURL() const;
+    void saveGeocoderURL(std::optional<std::string> url);
+    std::optional<std::string> getGeocoderContact() const;
+    void saveGeocoderContact(std::optional<std::string> contact);
 
     // The layer's own readers of camera screen keys.
     std::int64_t getCameraModeIndex() const;

@@ -71,7 +71,7 @@ const std::vector<Expected> kFreshDesktop = {
     {{"TextDistanceMode", "timeSegIndex", "TimeFormatIndex"}, integer(1)},
     {{"SavedLocationType"}, std::string("formatAddress2")},
     {{"SavedLocation", "SavedGpsType", "SavedGps", "InputText", "CustomTextArray", "AllTags",
-      "SelectTags"},
+      "SelectTags", "GeocoderURL", "GeocoderContact"},
      kNil},
     // The overlays.
     {{"WaterPositionNotAuto", "MapPositionNotAuto", "LuoPanPositionNotAuto"}, false},
