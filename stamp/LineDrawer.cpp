@@ -1,17 +1,20 @@
 #include "stamp/LineDrawer.h"
 
+#include "foundation/strings.h"
+
 namespace orvane::stamp {
 
 LineDrawer::LineDrawer(screen::SettingsStore& store, screen::SettingsCache& cache,
                        const screen::StampLayerStartValues& start, StampState& state,
-                       DateSettings dateSettings)
+                       DateSettings dateSettings, std::string languageCode)
     : _store(store),
       _cache(cache),
       _state(state),
       _timeFormatIndex(static_cast<int>(start.timeFormatIndex)),
       _tl(timeFormatPreviews(state.clock().timeIntervalSince1970(), dateSettings)),
       _gps(start.gpsType.value_or("")),
-      _locationType(start.locationType.value_or("")),
+      _addressRows(start.locationType.value_or(""),
+                   languageCode.empty() ? foundation::preferredLanguageCode() : languageCode),
       _timeFormatter(std::move(dateSettings)) {
     _state.setTimeBelow(static_cast<int>(cache.getTimeInAbove()));
 }
@@ -19,13 +22,7 @@ LineDrawer::LineDrawer(screen::SettingsStore& store, screen::SettingsCache& cach
 void LineDrawer::composeStrings(StampStrings& out) {
     const double now = _state.clock().timeIntervalSince1970();
     _timeFormatter.format(getTimeFormatIndex(), now, _liveTime);
-    {
-        std::lock_guard lock(_mutex);
-        _address.clear();
-        if (_locationIndex >= 1 && static_cast<std::size_t>(_locationIndex) < _localList.size()) {
-            _address.assign(_localList[static_cast<std::size_t>(_locationIndex)]);
-        }
-    }
+    _addressRows.addressLine(_address);
     out.time.assign(_liveTime.text);
     out.fraction.assign(_liveTime.fraction);
 
@@ -94,11 +91,6 @@ void LineDrawer::composeStrings(StampStrings& out) {
     }
 }
 
-std::vector<std::string> LineDrawer::getLocalList() const {
-    std::lock_guard lock(_mutex);
-    return _localList;
-}
-
 void LineDrawer::saveTimeFormatIndex(int row) {
     _store.lineDrawer.saveTimeFormatIndex(row);
 }
@@ -110,19 +102,11 @@ void LineDrawer::saveGpsIndex(int row) {
     }
 }
 
-int LineDrawer::getLocationIndex() const {
-    std::lock_guard lock(_mutex);
-    return _locationIndex;
-}
-
-void LineDrawer::setLocationIndex(int row) {
-    std::lock_guard lock(_mutex);
-    _locationIndex = row;
-}
-
-void LineDrawer::setLocalList(std::vector<std::string> rows) {
-    std::lock_guard lock(_mutex);
-    _localList = std::move(rows);
+void LineDrawer::saveLocationIndex(int row) {
+    _addressRows.setLocationIndex(row);
+    if (_addressRows.saveLocationIndex(_store.lineDrawer)) {
+        _state.setLocation("");
+    }
 }
 
 void LineDrawer::setLuoPanSource(LuoPanSource source) {

@@ -16,6 +16,7 @@
 #include "screen/settings_cache.h"
 #include "screen/settings_first_run.h"
 #include "screen/settings_store.h"
+#include "stamp/address_formats.h"
 #include "stamp/coordinate_formats.h"
 #include "stamp/lunar.h"
 #include "stamp/stamp_state.h"
@@ -46,10 +47,12 @@ class LineDrawer {
     using LuoPanSource = std::function<LuoPanReading()>;
 
     // `start` is what the store's first run of the layer left (time row, address and coordinate
-    // form keys). The stamp's time mode is taken from the cached settings.
+    // form keys). The stamp's time mode is taken from the cached settings. `languageCode` picks
+    // the address joiner and default form; empty means the user's preferred language.
     LineDrawer(screen::SettingsStore& store, screen::SettingsCache& cache,
                const screen::StampLayerStartValues& start, StampState& state = StampState::shared(),
-               DateSettings dateSettings = dateSettingsFromEnvironment());
+               DateSettings dateSettings = dateSettingsFromEnvironment(),
+               std::string languageCode = {});
     LineDrawer(const LineDrawer&) = delete;
     LineDrawer& operator=(const LineDrawer&) = delete;
 
@@ -62,7 +65,7 @@ class LineDrawer {
     // The pickers' rows.
     const std::vector<std::string>& getTimeList() const { return _tl; }
     std::vector<std::string> getGpsList() const { return _gps.getGpsList(); }
-    std::vector<std::string> getLocalList() const;
+    std::vector<std::string> getLocalList() const { return _addressRows.getLocalList(); }
 
     int getTimeFormatIndex() const { return _timeFormatIndex.load(std::memory_order_relaxed); }
     // The row the next tick shows; saveTimeFormatIndex stores it.
@@ -77,10 +80,23 @@ class LineDrawer {
     // The coordinate rows, rebuilt by the location updater from each accepted position.
     CoordinateCatalogue& coordinateCatalogue() { return _gps; }
 
-    int getLocationIndex() const;
-    void setLocationIndex(int row);
-    // The address rows in picker order; row 0 is the none row.
-    void setLocalList(std::vector<std::string> rows);
+    int getLocationIndex() const { return _addressRows.getLocationIndex(); }
+    void setLocationIndex(int row) { _addressRows.setLocationIndex(row); }
+    // Remembers the chosen address by its text and form key; row 0 clears the stamp's address.
+    void saveLocationIndex(int row);
+    // The stamp settings' reset: the language's default address form.
+    void resetDefaultLocationFormatIndex() {
+        _addressRows.resetDefaultLocationFormatIndex(_store.lineDrawer);
+    }
+    // The address rows of a reverse geocoding answer; an error changes nothing. Main queue.
+    void processPlacement(const std::vector<platform::Placemark>& placemarks,
+                          const std::optional<foundation::Error>& error) {
+        _addressRows.processPlacement(placemarks, error, _store.lineDrawer);
+    }
+    // Replaces the address rows as they are, without forms: for callers that hold rows already
+    // made.
+    void setLocalList(std::vector<std::string> rows) { _addressRows.setLocalList(std::move(rows)); }
+    AddressCatalogue& addressCatalogue() { return _addressRows; }
 
     void setLuoPanSource(LuoPanSource source);
     // The lunar line of an instant; the text stays valid until the next call.
@@ -103,6 +119,10 @@ class LineDrawer {
     static std::string getGps() { return StampState::shared().gps(); }
     static float getAltitude() { return StampState::shared().altitude(); }
     static float getSpeed() { return StampState::shared().speed(); }
+    // The position last sent to reverse geocoding, not the latest fix.
+    static std::optional<platform::Location> getCLLocation() {
+        return StampState::shared().lastGeocodedLocation();
+    }
     static void SetNeedForceRefreshLocation() {
         StampState::shared().setNeedForceRefreshLocation();
     }
@@ -115,11 +135,9 @@ class LineDrawer {
     std::atomic<int> _timeFormatIndex;
     std::vector<std::string> _tl;
     CoordinateCatalogue _gps;
-    std::string _locationType;
+    AddressCatalogue _addressRows;
 
-    mutable std::mutex _mutex;  // guards the address rows and the compass source
-    std::vector<std::string> _localList;
-    int _locationIndex = 0;
+    mutable std::mutex _mutex;  // guards the compass source
     LuoPanSource _luoPan;
 
     // Used by the frame thread only.

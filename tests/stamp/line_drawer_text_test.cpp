@@ -106,6 +106,25 @@ TEST_F(LineDrawerTextTest, ChoosingNoCoordinatesClearsTheStampAndStoresNone) {
     EXPECT_EQ(tick().blocks.coordinateBlock, "");
 }
 
+TEST_F(LineDrawerTextTest, AnsweredAddressIsStampedUntilTheNoneRowIsSaved) {
+    screen::StampLayerStartValues start;
+    start.locationType = "locality";
+    drawer = std::make_unique<LineDrawer>(store, cache, start, state, DateSettings{"en_US", "UTC"},
+                                          "en");
+    platform::Placemark place;
+    place.locality = "Lyon";
+    place.country = "France";
+    drawer->processPlacement({place}, std::nullopt);
+    state.setTimeBelow(0);
+    EXPECT_EQ(tick().blocks.staticBlock, "Lyon");
+    EXPECT_EQ(state.location(), "Lyon");
+
+    drawer->saveLocationIndex(0);
+    EXPECT_EQ(state.location(), "");
+    EXPECT_EQ(store.lineDrawer.getSavedLocation(), "None");
+    EXPECT_EQ(tick().blocks.staticBlock, "");
+}
+
 TEST_F(LineDrawerTextTest, CompassNeedsSettingReadingAndADrawingType) {
     auto& layer = makeDrawer(0);
     layer.setLuoPanSource([] { return LineDrawer::LuoPanReading{true, 0.4}; });  // 22.9 degrees
