@@ -45,6 +45,16 @@ void StampState::copyCustomText(std::string& out) const {
     out.assign(_customText);
 }
 
+std::optional<platform::Location> StampState::lastGeocodedLocation() const {
+    std::lock_guard lock(_mutex);
+    return _lastGeocodedLocation;
+}
+
+void StampState::setLastGeocodedLocation(const platform::Location& location) {
+    std::lock_guard lock(_mutex);
+    _lastGeocodedLocation = location;
+}
+
 void StampState::startStopWatch() {
     _stopWatchStart.store(_clock.timeIntervalSince1970());
     _stopWatchState.store(StopWatchState::Running);
@@ -56,6 +66,7 @@ void StampState::reset() {
         _location.clear();
         _gps.clear();
         _customText.clear();
+        _lastGeocodedLocation.reset();
     }
     _altitude.store(kNoAltitude);
     _speed.store(-1.0f);

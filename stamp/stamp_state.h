@@ -8,9 +8,11 @@
 
 #include <atomic>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "foundation/Clock.h"
+#include "platform/Location.h"
 
 namespace orvane::stamp {
 
@@ -60,6 +62,11 @@ class StampState {
     // True once after setNeedForceRefreshLocation.
     bool takeForceRefreshLocation() { return _forceRefresh.exchange(false); }
 
+    // The position last sent to reverse geocoding (getCLLocation): at most one every ten seconds
+    // and twenty metres, not the latest fix. None before the first.
+    std::optional<platform::Location> lastGeocodedLocation() const;
+    void setLastGeocodedLocation(const platform::Location& location);
+
     void displayStopWatch(bool shown) { _stopWatchDisplayed.store(shown); }
     bool isStopWatchDisplayed() const { return _stopWatchDisplayed.load(); }
     // From any state: restart from zero now.
@@ -75,10 +82,11 @@ class StampState {
 
   private:
     const foundation::Clock& _clock;
-    mutable std::mutex _mutex;  // guards the three texts
+    mutable std::mutex _mutex;  // guards the three texts and the geocoded position
     std::string _location;
     std::string _gps;
     std::string _customText;
+    std::optional<platform::Location> _lastGeocodedLocation;
     std::atomic<float> _altitude{kNoAltitude};
     std::atomic<float> _speed{-1.0f};
     std::atomic<int> _timeBelow{1};
