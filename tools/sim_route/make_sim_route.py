@@ -38,20 +38,23 @@ def distance(a, b):
 
 
 def points():
+    """One point a second along the loop; a step that passes a corner goes on round it."""
+    legs = [distance(WAYPOINTS[i], WAYPOINTS[(i + 1) % len(WAYPOINTS)]) for i in range(len(WAYPOINTS))]
     out = []
-    for i, start in enumerate(WAYPOINTS):
-        end = WAYPOINTS[(i + 1) % len(WAYPOINTS)]
-        length = distance(start, end)
-        travelled = 0.0
-        while travelled < length:
-            t = travelled / length
-            left = length - travelled
-            speed = start[3] * (0.5 + 0.5 * min(1.0, left / EASING))
-            out.append((start[0] + (end[0] - start[0]) * t,
-                        start[1] + (end[1] - start[1]) * t,
-                        start[2] + (end[2] - start[2]) * t,
-                        speed))
-            travelled += speed
+    leg, along = 0, 0.0
+    while leg < len(WAYPOINTS):
+        start, end = WAYPOINTS[leg], WAYPOINTS[(leg + 1) % len(WAYPOINTS)]
+        t = along / legs[leg]
+        left = legs[leg] - along
+        speed = start[3] * (0.5 + 0.5 * min(1.0, left / EASING))
+        out.append((start[0] + (end[0] - start[0]) * t,
+                    start[1] + (end[1] - start[1]) * t,
+                    start[2] + (end[2] - start[2]) * t,
+                    speed))
+        along += speed
+        while leg < len(WAYPOINTS) and along >= legs[leg]:
+            along -= legs[leg]
+            leg += 1
     return out
 
 
