@@ -7,6 +7,7 @@
 #include "app/settings_command.h"
 #include "app/settings_values.h"
 #include "app/stamp_commands.h"
+#include "app/where_command.h"
 #include "foundation/Clock.h"
 #include "foundation/strings.h"
 #include "platform/linux/JsonFileUserDefaults.h"
@@ -16,7 +17,7 @@ namespace orvane::app {
 
 namespace {
 
-enum class Command { None, List, Get, Set, ResetStamp, Formats, Lunar };
+enum class Command { None, List, Get, Set, ResetStamp, Formats, Lunar, Where };
 
 struct Request {
     Command command = Command::None;
@@ -25,6 +26,7 @@ struct Request {
     std::vector<std::string> words;
     FormatsOptions formats;
     std::string lunarDate;
+    WhereOptions where;
 };
 
 // A command whose key and value are known good, ready to run on the store.
@@ -106,6 +108,19 @@ void addStampCommands(CLI::App& app, Request& request) {
     auto* lunar = app.add_subcommand("lunar", "The lunar calendar's month, day, festival and term");
     lunar->add_option("date", request.lunarDate, "The date, YYYY-MM-DD")->required();
     lunar->callback([&request] { request.command = Command::Lunar; });
+
+    auto* where = app.add_subcommand(
+        "where", "The position and every coordinate and address form the stamp would offer");
+    where->add_option("--source", request.where.source,
+                      "Position source: sim, gpsd[://HOST[:PORT]], nmea:DEVICE[@BAUD], "
+                      "nmea-file:PATH or gpx:PATH (default: sim)");
+    where->add_option("--geocoder", request.where.geocoder,
+                      "offline, or the base URL of a Nominatim-compatible service (default: the "
+                      "stored GeocoderURL, else offline)");
+    where->add_flag("--watch", request.where.watch,
+                    "Print a block for every accepted fix until interrupted");
+    where->callback([&request] { request.command = Command::Where; });
+    where->fallthrough();
 }
 
 }  // namespace
@@ -139,6 +154,12 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
             return 1;
         }
     }
+    if (request.command == Command::Where) {
+        if (auto problem = checkWhereOptions(request.where)) {
+            err << "orvane where: " << *problem << "\n";
+            return 1;
+        }
+    }
 
     auto prepared = prepare(request, err);
     if (!prepared) {
@@ -157,6 +178,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     screen::SettingsStore store(opened->defaults(), cache);
     const auto launch = screen::loadSettingsAtLaunch(store, environment.device, language);
 
+    int status = 0;
     switch (request.command) {
         case Command::List:
             listSettings(store, freshSettingValues(environment.device, language), out);
@@ -174,6 +196,9 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
             printFormats(store, cache, launch.stampLayer, request.formats,
                          foundation::systemClock().timeIntervalSince1970(), out);
             break;
+        case Command::Where:
+            status = runWhere(request.where, store, cache, launch.stampLayer, language, out, err);
+            break;
         case Command::Lunar:
         case Command::None:
             break;
@@ -187,7 +212,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         err << "could not write " << opened->location() << ": " << error->message() << "\n";
         return 1;
     }
-    return 0;
+    return status;
 }
 
 }  // namespace orvane::app

@@ -1,0 +1,189 @@
+// `orvane where` through the real executable: the simulated route with the offline geocoder, a
+// GPX track followed with --watch until SIGTERM, and the refusals.
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Result {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// KEY<TAB>TEXT lines of one block.
+std::map<std::string, std::string> rows(const std::string& block) {
+    std::map<std::string, std::string> found;
+    std::istringstream lines(block);
+    for (std::string line; std::getline(lines, line);) {
+        if (const auto tab = line.find('\t'); tab != std::string::npos) {
+            found.emplace(line.substr(0, tab), line.substr(tab + 1));
+        }
+    }
+    return found;
+}
+
+class WhereCommandTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "orvane-where-XXXXXX").string();
+        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+        folder = pattern;
+    }
+    void TearDown() override { fs::remove_all(folder); }
+
+    std::vector<std::string> argv(const std::string& arguments) const {
+        std::vector<std::string> words{ORVANE_BINARY, "--config-dir", (folder / "config").string(),
+                                       "where"};
+        std::istringstream in(arguments);
+        for (std::string word; in >> word;) {
+            words.push_back(word);
+        }
+        return words;
+    }
+
+    Result run(const std::string& arguments) {
+        std::string command;
+        for (const auto& word : argv(arguments)) {
+            command += "'" + word + "' ";
+        }
+        const auto out = folder / "out.txt";
+        const auto err = folder / "err.txt";
+        command += ">'" + out.string() + "' 2>'" + err.string() + "'";
+        const int raw = std::system(command.c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
+    }
+
+    // A track heading north-east from the Eiffel Tower, one point a second.
+    fs::path writeTrack() {
+        const auto path = folder / "track.gpx";
+        std::ofstream gpx(path);
+        gpx << "<?xml version=\"1.0\"?>\n<gpx version=\"1.1\" creator=\"test\" "
+               "xmlns=\"http://www.topografix.com/GPX/1/1\"><trk><trkseg>\n";
+        for (int i = 0; i < 8; ++i) {
+            gpx << "<trkpt lat=\"" << 48.858370 + i * 0.0002 << "\" lon=\"" << 2.294481 + i * 0.0002
+                << "\"><ele>" << 35 + i << "</ele><time>2024-05-01T10:00:0" << i
+                << "Z</time></trkpt>\n";
+        }
+        gpx << "</trkseg></trk></gpx>\n";
+        return path;
+    }
+
+    fs::path folder;
+};
+
+TEST_F(WhereCommandTest, SimulatedRoutePrintsCoordinatesAndAnAddressWithoutNetwork) {
+    const auto result = run("--source sim --geocoder offline");
+    ASSERT_EQ(result.status, 0) << result.err;
+    const auto found = rows(result.out);
+    for (const char* key : {"fix", "altitude", "speed", "accuracy", "gps1", "gpsUTM", "gpsMGRS",
+                            "address.locality", "address.administrativeArea", "address.country"}) {
+        ASSERT_TRUE(found.count(key)) << key << " missing in\n" << result.out;
+        EXPECT_FALSE(found.at(key).empty()) << key;
+    }
+    EXPECT_NE(found.at("altitude"), "none");
+    // The coordinate rows are made from the fix printed beside them.
+    const auto fix = found.at("fix");
+    const auto comma = fix.find(',');
+    const auto signed_ = [](const std::string& number) {
+        return number.front() == '-' ? number : "+" + number;
+    };
+    EXPECT_EQ(found.at("gps1"),
+              signed_(fix.substr(0, comma)) + "," + signed_(fix.substr(comma + 1)));
+}
+
+TEST_F(WhereCommandTest, WatchFollowsAGpxTrackUntilTerminated) {
+    const auto track = writeTrack();
+    const auto words = argv("--source gpx:" + track.string() + " --watch");
+    int output[2];
+    ASSERT_EQ(::pipe(output), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        ::dup2(output[1], STDOUT_FILENO);
+        ::close(output[0]);
+        std::vector<char*> args;
+        for (const auto& word : words) {
+            args.push_back(const_cast<char*>(word.c_str()));
+        }
+        args.push_back(nullptr);
+        ::execv(args[0], args.data());
+        ::_exit(127);
+    }
+    ::close(output[1]);
+
+    // Reads until two blocks are out, or a generous minute passes.
+    std::string text;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (text.find("\n\nfix\t") == std::string::npos || text.rfind('\n') != text.size() - 1 ||
+           text.find("address.", text.find("\n\nfix\t")) == std::string::npos) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd ready{output[0], POLLIN, 0};
+        if (left.count() <= 0 || ::poll(&ready, 1, static_cast<int>(left.count())) <= 0) {
+            break;
+        }
+        char buffer[4096];
+        const auto got = ::read(output[0], buffer, sizeof buffer);
+        if (got <= 0) {
+            break;
+        }
+        text.append(buffer, static_cast<std::size_t>(got));
+    }
+    ::kill(child, SIGTERM);
+    int raw = 0;
+    ::waitpid(child, &raw, 0);
+    ::close(output[0]);
+
+    ASSERT_TRUE(WIFEXITED(raw)) << "ended by a signal; output:\n" << text;
+    EXPECT_EQ(WEXITSTATUS(raw), 0);
+    const auto split = text.find("\n\n");
+    ASSERT_NE(split, std::string::npos) << text;
+    const auto first = rows(text.substr(0, split));
+    const auto second = rows(text.substr(split + 2));
+    ASSERT_TRUE(first.count("fix") && second.count("fix")) << text;
+    EXPECT_NE(first.at("fix"), second.at("fix"));
+    // Each block's altitude is that of its own track point: elevation rises by a metre a point.
+    EXPECT_NE(first.at("altitude"), second.at("altitude"));
+    EXPECT_EQ(first.at("fix").rfind("48.85", 0), 0u);
+    EXPECT_TRUE(second.count("address.country")) << text;
+}
+
+TEST_F(WhereCommandTest, RefusalsSayWhatIsWrongAndExitOne) {
+    const struct {
+        const char* arguments;
+        const char* message;
+    } cases[] = {
+        {"--source bogus:thing", "bogus:thing"},
+        {"--source gpx:/nonexistent/track.gpx", "/nonexistent/track.gpx"},
+        {"--geocoder ftp://example.org", "ftp://example.org"},
+    };
+    for (const auto& test : cases) {
+        const auto result = run(test.arguments);
+        EXPECT_EQ(result.status, 1) << test.arguments;
+        EXPECT_NE(result.err.find(test.message), std::string::npos)
+            << test.arguments << ": " << result.err;
+        EXPECT_EQ(result.out, "") << test.arguments;
+    }
+}
+
+}  // namespace
