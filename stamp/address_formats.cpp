@@ -311,13 +311,10 @@ void AddressCatalogue::processPlacement(const std::vector<platform::Placemark>& 
 std::optional<std::string> AddressCatalogue::chooseRow(
     const std::optional<std::string>& saved, const std::optional<std::string>& thoroughfare) {
     const bool savedText = saved && !saved->empty();
-    const auto none = [this] {
-        _locationIndex = 0;
-        _location.clear();
-    };
     // The user wanted no address, or never chose one and has no form either.
     if ((saved && *saved == "None") || (!savedText && _locationType.empty())) {
-        none();
+        _locationIndex = 0;
+        _location.clear();
         return std::nullopt;
     }
     // The stored text comes before the form: a place chosen once reads the same on return.
@@ -329,14 +326,16 @@ std::optional<std::string> AddressCatalogue::chooseRow(
         _location = textForKeyLocked(_locationType).value_or(std::string());
         row = _location.empty() ? -1 : firstRowEqualTo(_location);
     }
-    // Neither matched: the street if there is one, else the first row.
+    // Neither matched (a chosen form this answer lacks, too): the street if there is one, else
+    // the first row, rather than a blank stamp.
     if (row < 1 && thoroughfare) {
         _location = *thoroughfare;
         row = firstRowEqualTo(_location);
     }
     if (row < 1) {
         if (_localList.size() < 2) {
-            none();
+            _locationIndex = 0;
+            _location.clear();
             return std::nullopt;
         }
         row = 1;
