@@ -1,6 +1,12 @@
 // The postal text: the per-country templates are parsed once into small trees of text,
 // components and first-of choices, and each placemark is rendered through its country's tree
 // and cleaned of the gaps its missing parts leave.
+// GCC 12 at -O2 warns of an uninitialised std::function deep inside std::regex's compiler, a
+// known false positive of the library's own code.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 #include "platform/linux/address_templates.h"
 
 #include <algorithm>
