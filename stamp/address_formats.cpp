@@ -182,36 +182,34 @@ std::vector<AddressForm> addressForms(const platform::Placemark& placemark,
         forms.push_back({"citystatezipcode", join("%@ %@", place, *postalCode)});
     }
 
-    // From the largest unit down; a unit inside the one above it is not repeated.
-    std::optional<std::string> base;
+    // From the largest unit down; a unit inside the one above it is not repeated. Empty means
+    // there is no base.
+    std::string base;
     if (area) {
-        base = std::string(*area);
+        base = *area;
         if (locality && !overlaps(*area, *locality)) {
             base = join(joiner, *area, *locality);
         }
         // Only the region is tested here, not the whole base.
         if (subLocality && !contains(*area, *subLocality) && !contains(*subLocality, *area)) {
-            base = join(joiner, *base, *subLocality);
+            base = join(joiner, base, *subLocality);
         }
     } else if (locality) {
         base = subLocality ? join(joiner, *locality, *subLocality) : std::string(*locality);
     } else if (subLocality) {
-        base = std::string(*subLocality);
+        base = *subLocality;
     }
-    if (base && base->empty()) {
-        base.reset();
-    }
-    if (base) {
-        forms.push_back({"addresscitytosublocality", *base});
+    if (!base.empty()) {
+        forms.push_back({"addresscitytosublocality", base});
     }
 
     std::string full;
-    if (base && thoroughfare) {
-        full = join(joiner, *base, *thoroughfare);
-    } else if (base) {
-        full = *base;
+    if (!base.empty() && thoroughfare) {
+        full = join(joiner, base, *thoroughfare);
+    } else if (!base.empty()) {
+        full = base;
     } else if (thoroughfare) {
-        full = std::string(*thoroughfare);
+        full = *thoroughfare;
     }
     // Made of nothing, the row is still listed, but no form holds it.
     forms.push_back({full.empty() ? std::string_view() : "fulladdress", full});
@@ -226,8 +224,8 @@ std::vector<AddressForm> addressForms(const platform::Placemark& placemark,
             continue;
         }
         forms.push_back({"areasOfInterest", area_});
-        if (base) {
-            forms.push_back({"addresscitytosublocalityandoneIns", lines(*base, area_)});
+        if (!base.empty()) {
+            forms.push_back({"addresscitytosublocalityandoneIns", lines(base, area_)});
         }
         if (city) {
             forms.push_back({"cityAndareasOfInterest", lines(area_, *city)});
