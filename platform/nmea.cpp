@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -375,15 +376,19 @@ void Assembler::emit() {
     } else if (e.vtg && e.vtg->speed) {
         speed = *e.vtg->speed;
     }
-    std::optional<double> hdop = e.gga ? e.gga->hdop : std::nullopt;
-    if (!hdop && e.gsa) {
-        hdop = e.gsa->hdop;
+    // A plain value with NaN for none: GCC 12 takes an optional copied between branches for
+    // uninitialised at -O3.
+    double hdop = std::numeric_limits<double>::quiet_NaN();
+    if (e.gga && e.gga->hdop) {
+        hdop = *e.gga->hdop;
+    } else if (e.gsa && e.gsa->hdop) {
+        hdop = *e.gsa->hdop;
     }
     double accuracy = kUnknownAccuracy;
     if (e.gst && e.gst->latitudeSigma && e.gst->longitudeSigma) {
         accuracy = std::hypot(*e.gst->latitudeSigma, *e.gst->longitudeSigma);
-    } else if (hdop) {
-        accuracy = *hdop * kNominalRangeError;
+    } else if (!std::isnan(hdop)) {
+        accuracy = hdop * kNominalRangeError;
     }
     const std::optional<double> altitude = e.gga ? e.gga->altitude : std::nullopt;
     ++_fixes;
