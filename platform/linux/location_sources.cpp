@@ -32,10 +32,7 @@ bool startsWith(std::string_view text, std::string_view prefix) {
 
 std::unique_ptr<LocationManager> makeLocationManager(
     std::string_view source, std::shared_ptr<foundation::DispatchQueue> callbackQueue,
-    const foundation::Clock& constClock, std::string& problem) {
-    // Clocks are never const objects; the shared signature only promises not to reset it, and
-    // the managers schedule their timed delivery on it.
-    auto& clock = const_cast<foundation::Clock&>(constClock);
+    foundation::Clock& clock, std::string& problem) {
     const std::string quoted = "\"" + std::string(source) + "\"";
     if (source.empty() || source == "sim") {
         return std::make_unique<SimulatedLocationManager>(std::move(callbackQueue), clock);

@@ -17,6 +17,6 @@ namespace orvane::platform {
 // naming what is wrong; whether the source can be reached is learnt when it starts.
 std::unique_ptr<LocationManager> makeLocationManager(
     std::string_view source, std::shared_ptr<foundation::DispatchQueue> callbackQueue,
-    const foundation::Clock& clock, std::string& problem);
+    foundation::Clock& clock, std::string& problem);
 
 }  // namespace orvane::platform
