@@ -4,6 +4,7 @@
 #include <cmath>
 #include <ctime>
 
+#include "app/row_output.h"
 #include "foundation/Clock.h"
 #include "stamp/LineDrawer.h"
 #include "stamp/coordinate_formats.h"
@@ -53,17 +54,6 @@ std::optional<stamp::CivilDate> dateAt(std::string_view text, std::size_t& pos) 
         return std::nullopt;
     }
     return stamp::CivilDate{*year, *month, *day};
-}
-
-void printRow(std::ostream& out, std::string_view key, std::string_view text) {
-    out << key << '\t';
-    std::size_t start = 0;
-    for (auto feed = text.find('\n'); feed != std::string_view::npos;
-         feed = text.find('\n', start)) {
-        out << text.substr(start, feed - start) << "<enter>";
-        start = feed + 1;
-    }
-    out << text.substr(start) << '\n';
 }
 
 }  // namespace

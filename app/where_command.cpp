@@ -8,6 +8,7 @@
 #include <memory>
 #include <thread>
 
+#include "app/row_output.h"
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
 #include "platform/linux/NominatimGeocoder.h"
@@ -19,17 +20,6 @@
 namespace orvane::app {
 
 namespace {
-
-void printRow(std::ostream& out, std::string_view key, std::string_view text) {
-    out << key << '\t';
-    std::size_t start = 0;
-    for (auto feed = text.find('\n'); feed != std::string_view::npos;
-         feed = text.find('\n', start)) {
-        out << text.substr(start, feed - start) << "<enter>";
-        start = feed + 1;
-    }
-    out << text.substr(start) << '\n';
-}
 
 std::string number(const char* format, double value) {
     char text[64];

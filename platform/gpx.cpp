@@ -1,4 +1,5 @@
 #include "platform/gpx.h"
+#include "platform/civil_date.h"
 
 #include <expat.h>
 
@@ -30,15 +31,6 @@ std::optional<double> number(std::string_view text) {
         return std::nullopt;
     }
     return value;
-}
-
-std::int64_t daysFromCivil(int year, int month, int day) {
-    year -= month <= 2;
-    const int era = (year >= 0 ? year : year - 399) / 400;
-    const int yearOfEra = year - era * 400;
-    const int dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    const int dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return std::int64_t{era} * 146097 + dayOfEra - 719468;
 }
 
 // The local part of an expat name with namespaces ("URI local" or "local").

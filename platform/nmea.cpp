@@ -1,4 +1,5 @@
 #include "platform/nmea.h"
+#include "platform/civil_date.h"
 
 #include <charconv>
 #include <cmath>
@@ -76,16 +77,6 @@ std::optional<double> timeOfDay(std::string_view field) {
         throw Malformed{};
     }
     return *hours * 3600.0 + *minutes * 60.0 + *seconds;
-}
-
-// Days from 1970-01-01 to a civil date (Howard Hinnant's algorithm).
-std::int64_t daysFromCivil(int year, int month, int day) {
-    year -= month <= 2;
-    const int era = (year >= 0 ? year : year - 399) / 400;
-    const int yearOfEra = year - era * 400;
-    const int dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    const int dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return std::int64_t{era} * 146097 + dayOfEra - 719468;
 }
 
 // "ddmmyy"; two-digit years from 80 are the 1900s, as receivers have written them since 1980.

@@ -1,53 +1,34 @@
 // The real `orvane` executable on a real settings file in a temporary folder.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
+#include "tests/app/command_test_support.h"
+
+namespace orvane::app {
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Result {
-    int status;
-    std::string out;
-    std::string err;
-};
+using testing::CommandTest;
+using testing::readFile;
+using testing::Result;
 
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+namespace fs = std::filesystem;
 
-class OrvaneBinaryTest : public ::testing::Test {
+class OrvaneBinaryTest : public CommandTest {
   protected:
     void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "orvane-binary-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        folder = pattern;
+        CommandTest::SetUp();
         config = folder / "config";
     }
-    void TearDown() override { fs::remove_all(folder); }
 
     // Runs the binary as a new process; arguments must not need shell quoting. `environment`
     // holds NAME=VALUE words for env(1).
     Result run(const std::string& arguments, const std::string& environment = "") {
-        const auto out = folder / "out.txt";
-        const auto err = folder / "err.txt";
-        const std::string command = "env " + environment + " '" + ORVANE_BINARY +
-                                    "' --config-dir '" + config.string() + "' " + arguments +
-                                    " >'" + out.string() + "' 2>'" + err.string() + "'";
-        const int raw = std::system(command.c_str());
-        const int status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        return {status, readFile(out), readFile(err)};
+        return runShell("env " + environment + " '" + ORVANE_BINARY + "' --config-dir '" +
+                        config.string() + "' " + arguments);
     }
 
-    fs::path folder;
     fs::path config;
 };
 
@@ -165,3 +146,4 @@ TEST_F(OrvaneBinaryTest, LunarPrintsTheFieldsOfADate) {
 }
 
 }  // namespace
+}  // namespace orvane::app

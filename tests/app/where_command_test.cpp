@@ -13,22 +13,15 @@
 #include <map>
 #include <sstream>
 
+#include "tests/app/command_test_support.h"
+
+namespace orvane::app {
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Result {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testing::CommandTest;
+using testing::Result;
 
 // KEY<TAB>TEXT lines of one block.
 std::map<std::string, std::string> rows(const std::string& block) {
@@ -42,15 +35,8 @@ std::map<std::string, std::string> rows(const std::string& block) {
     return found;
 }
 
-class WhereCommandTest : public ::testing::Test {
+class WhereCommandTest : public CommandTest {
   protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "orvane-where-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        folder = pattern;
-    }
-    void TearDown() override { fs::remove_all(folder); }
-
     std::vector<std::string> argv(const std::string& arguments) const {
         std::vector<std::string> words{ORVANE_BINARY, "--config-dir", (folder / "config").string(),
                                        "where"};
@@ -66,11 +52,7 @@ class WhereCommandTest : public ::testing::Test {
         for (const auto& word : argv(arguments)) {
             command += "'" + word + "' ";
         }
-        const auto out = folder / "out.txt";
-        const auto err = folder / "err.txt";
-        command += ">'" + out.string() + "' 2>'" + err.string() + "'";
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
+        return runShell(command);
     }
 
     // A track heading north-east from the Eiffel Tower, one point a second.
@@ -87,8 +69,6 @@ class WhereCommandTest : public ::testing::Test {
         gpx << "</trkseg></trk></gpx>\n";
         return path;
     }
-
-    fs::path folder;
 };
 
 TEST_F(WhereCommandTest, SimulatedRoutePrintsCoordinatesAndAnAddressWithoutNetwork) {
@@ -187,3 +167,4 @@ TEST_F(WhereCommandTest, RefusalsSayWhatIsWrongAndExitOne) {
 }
 
 }  // namespace
+}  // namespace orvane::app
