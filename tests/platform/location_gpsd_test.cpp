@@ -18,17 +18,9 @@
 namespace orvane::platform {
 namespace {
 
+using testing::nmeaLine;
 using testing::RecordingDelegate;
 using testing::TemporaryFile;
-
-std::string nmeaLine(const std::string& body) {
-    unsigned sum = 0;
-    for (char c : body)
-        sum ^= static_cast<unsigned char>(c);
-    char tail[8];
-    std::snprintf(tail, sizeof tail, "*%02X\r\n", sum);
-    return "$" + body + tail;
-}
 
 // A port that was free a moment ago, from the kernel.
 int freePort() {

@@ -17,6 +17,7 @@
 namespace orvane::platform {
 namespace {
 
+using testing::nmeaLine;
 using testing::RecordingDelegate;
 using testing::TemporaryFile;
 
@@ -107,15 +108,6 @@ TEST(SimulatedRoute, OneFixASecondRoundTheLoop) {
     clock.advance(10);
     loop.runUntilIdle();
     EXPECT_EQ(delegate.fixes().size(), length + 3);
-}
-
-std::string nmeaLine(const std::string& body) {
-    unsigned sum = 0;
-    for (char c : body)
-        sum ^= static_cast<unsigned char>(c);
-    char tail[8];
-    std::snprintf(tail, sizeof tail, "*%02X\r\n", sum);
-    return "$" + body + tail;
 }
 
 // A receiver's log of three seconds, with a noisy line and a gap of two seconds.

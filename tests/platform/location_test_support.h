@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -14,6 +15,17 @@
 #include "platform/LocationManager.h"
 
 namespace orvane::platform::testing {
+
+// An NMEA sentence with its checksum and line end, from the text between "$" and "*".
+inline std::string nmeaLine(const std::string& body) {
+    unsigned sum = 0;
+    for (char c : body) {
+        sum ^= static_cast<unsigned char>(c);
+    }
+    char tail[8];
+    std::snprintf(tail, sizeof tail, "*%02X\r\n", sum);
+    return "$" + body + tail;
+}
 
 class RecordingDelegate final : public LocationManagerDelegate {
   public:
