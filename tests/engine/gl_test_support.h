@@ -1,0 +1,92 @@
+// A real GL ES context for tests: one per test program, made on first use and current on the
+// test's thread for the length of each test. Tests derive from GLTest; on a machine where no
+// context can be made they are skipped with EGL's own reason.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <GLES2/gl2.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/GLContext.h"
+#include "platform/linux/EglContext.h"
+
+namespace orvane::testing {
+
+struct SharedGLContext {
+    std::unique_ptr<platform::GLContext> context;
+    std::string problem;
+};
+
+// The program's context, or null with the problem. Made once; it lives until the program exits.
+inline SharedGLContext& sharedGLContext() {
+    static SharedGLContext shared = [] {
+        SharedGLContext made;
+        made.context =
+            platform::EglContext::create(platform::EglContext::Platform::automatic, made.problem);
+        return made;
+    }();
+    return shared;
+}
+
+class GLTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        auto& shared = sharedGLContext();
+        if (!shared.context) {
+            GTEST_SKIP() << "no GL ES context on this machine: " << shared.problem;
+        }
+        ASSERT_TRUE(shared.context->makeCurrent());
+        // Errors left by an earlier test must not be blamed on this one.
+        while (glGetError() != GL_NO_ERROR) {
+        }
+    }
+
+    void TearDown() override {
+        auto& shared = sharedGLContext();
+        if (shared.context) {
+            EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR))
+                << "GL error left by the test";
+            shared.context->doneCurrent();
+        }
+    }
+
+    platform::GLContext& context() { return *sharedGLContext().context; }
+};
+
+// One pixel's four components, for comparisons with a tolerance.
+struct Rgba {
+    int r = 0;
+    int g = 0;
+    int b = 0;
+    int a = 0;
+};
+
+inline Rgba pixelAt(const std::vector<std::uint8_t>& rgba, int width, int x, int y) {
+    const auto at = (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                     static_cast<std::size_t>(x)) *
+                    4;
+    return {rgba[at], rgba[at + 1], rgba[at + 2], rgba[at + 3]};
+}
+
+// Whether every component is within `tolerance` of the expected one; rasterisers may differ
+// by a step or two in blending and filtering.
+inline ::testing::AssertionResult pixelNear(Rgba actual, Rgba expected, int tolerance = 2) {
+    if (std::abs(actual.r - expected.r) <= tolerance &&
+        std::abs(actual.g - expected.g) <= tolerance &&
+        std::abs(actual.b - expected.b) <= tolerance &&
+        std::abs(actual.a - expected.a) <= tolerance) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure()
+           << "pixel (" << actual.r << ", " << actual.g << ", " << actual.b << ", " << actual.a
+           << ") is not within " << tolerance << " of (" << expected.r << ", " << expected.g << ", "
+           << expected.b << ", " << expected.a << ")";
+}
+
+}  // namespace orvane::testing
