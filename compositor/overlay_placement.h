@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "stamp/stamp_font.h"
+
 namespace orvane::compositor {
 
 // Device orientations: 1 portrait, 2 upside down, 3 landscape with the home key right (buffer
@@ -48,13 +50,10 @@ struct RectF {
     bool operator==(const RectF&) const = default;
 };
 
-// The stamp's font size in pixels for a camera mode (0, 2, 3 video; 1 photo), size level 0 to 4
-// and video resolution code: video sizes grow with the frame so the text keeps its share.
-float stampFontSize(std::int64_t cameraModeIndex, std::int64_t sizeLevel,
-                    std::int64_t videoResolution);
-// The text distance of a margin mode for a font size: half the size in modes 1 and 2, a quarter
-// in mode 3, 0 otherwise; truncated.
-int textDistanceForMode(std::int64_t marginsMode, float fontSize);
+// The stamp layer owns the font size and the text distance it asks for; the compositor reads them
+// when the font changes.
+using stamp::stampFontSize;
+using stamp::textDistanceForMode;
 
 // Horizontal alignment of the text for a position code 0 to 5: 0 left, 1 centre, 2 right.
 int alignmentForPosition(std::int64_t timePosition);

@@ -6,23 +6,6 @@
 namespace orvane::compositor {
 namespace {
 
-TEST(OverlayPlacementTest, FontSizeFollowsModeLevelAndVideoHeight) {
-    struct Case {
-        std::int64_t mode, level, resolution;
-        float size;
-    };
-    for (const Case& c :
-         {Case{1, 0, 0, 70}, Case{1, 4, 6, 200}, Case{0, 2, 0, 70}, Case{2, 2, 1, 52.5f},
-          Case{3, 0, 4, 60}, Case{0, 4, 9, 247.5f}, Case{0, 1, 7, 50}, Case{5, 2, 0, 80}}) {
-        EXPECT_FLOAT_EQ(stampFontSize(c.mode, c.level, c.resolution), c.size)
-            << c.mode << " " << c.level << " " << c.resolution;
-    }
-    EXPECT_EQ(textDistanceForMode(1, 52.5f), 26);
-    EXPECT_EQ(textDistanceForMode(2, 70), 35);
-    EXPECT_EQ(textDistanceForMode(3, 70), 17);
-    EXPECT_EQ(textDistanceForMode(0, 70), 0);
-}
-
 TEST(OverlayPlacementTest, PrintableModeAddsTheBandOfA3To2Crop) {
     struct Case {
         int width, height;
