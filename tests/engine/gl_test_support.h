@@ -10,8 +10,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
+
+#include "foundation/log.h"
 
 #include "platform/GLContext.h"
 #include "platform/linux/EglContext.h"
@@ -88,5 +91,32 @@ inline ::testing::AssertionResult pixelNear(Rgba actual, Rgba expected, int tole
            << ") is not within " << tolerance << " of (" << expected.r << ", " << expected.g << ", "
            << expected.b << ", " << expected.a << ")";
 }
+
+// Collects the log lines written while it lives, from any thread.
+class LogCapture {
+  public:
+    LogCapture() {
+        foundation::setLogSink([this](const std::string& line) {
+            std::lock_guard lock(_mutex);
+            _lines.push_back(line);
+        });
+    }
+    ~LogCapture() { foundation::setLogSink({}); }
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    std::vector<std::string> lines() const {
+        std::lock_guard lock(_mutex);
+        return _lines;
+    }
+    void clear() {
+        std::lock_guard lock(_mutex);
+        _lines.clear();
+    }
+
+  private:
+    mutable std::mutex _mutex;
+    std::vector<std::string> _lines;
+};
 
 }  // namespace orvane::testing
