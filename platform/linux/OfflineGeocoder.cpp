@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/linux/address_templates.h"
+#include "platform/linux/data_directory.h"
 #include "platform/linux/places_file.h"
 #include "platform/linux/places_ocean.h"
 
@@ -86,19 +87,7 @@ std::string OfflineGeocoder::description() const {
 }
 
 std::string OfflineGeocoder::dataDirectory() {
-    if (const char* fromEnvironment = std::getenv("ORVANE_DATADIR");
-        fromEnvironment && *fromEnvironment) {
-        return fromEnvironment;
-    }
-    std::error_code error;
-    const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (!error) {
-        const auto dir = (executable.parent_path() / ".." / "share" / "orvane").lexically_normal();
-        if (std::filesystem::is_directory(dir, error)) {
-            return dir.string();
-        }
-    }
-    return ORVANE_INSTALL_DATADIR;
+    return platform::dataDirectory();
 }
 
 void OfflineGeocoder::reverseGeocodeLocation(const Location& location, Completion completion) {
