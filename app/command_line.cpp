@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "app/frame_command.h"
 #include "app/settings_command.h"
 #include "app/settings_values.h"
 #include "app/stamp_commands.h"
@@ -17,7 +18,7 @@ namespace orvane::app {
 
 namespace {
 
-enum class Command { None, List, Get, Set, ResetStamp, Formats, Lunar, Where };
+enum class Command { None, List, Get, Set, ResetStamp, Formats, Lunar, Where, Frame };
 
 struct Request {
     Command command = Command::None;
@@ -27,6 +28,7 @@ struct Request {
     FormatsOptions formats;
     std::string lunarDate;
     WhereOptions where;
+    FrameOptions frame;
 };
 
 // A command whose key and value are known good, ready to run on the store.
@@ -121,6 +123,30 @@ void addStampCommands(CLI::App& app, Request& request) {
                     "Print a block for every accepted fix until interrupted");
     where->callback([&request] { request.command = Command::Where; });
     where->fallthrough();
+
+    auto* frame = app.add_subcommand(
+        "frame", "Stamp one frame with the current settings and write it as a PNG");
+    auto& f = request.frame;
+    frame->add_option("--out", f.out, "The PNG file to write")->required();
+    frame->add_option("--in", f.in, "A PNG picture to stamp (default: the synthetic scene)");
+    frame->add_option("--synthetic", f.synthetic, "The synthetic scene's size (default 1920x1080)");
+    frame->add_option("--orientation", f.orientation,
+                      "1 portrait, 2 upside down, 3 landscape (default), 4 landscape turned");
+    frame->add_option("--position", f.position,
+                      "Text position: 0 top left, 1 top centre, 2 top right, 3 bottom left, 4 "
+                      "bottom centre, 5 bottom right (default: the stored one)");
+    frame->add_option("--margin", f.margin,
+                      "Margins: 0 none, 1 one line, 2 printable, 3 half line (default: stored)");
+    frame->add_option("--gl", f.gl, "GL platform: auto, device or surfaceless");
+    frame->add_option("--lat", f.stamp.latitude, "Latitude in degrees, north positive");
+    frame->add_option("--lon", f.stamp.longitude, "Longitude in degrees, east positive");
+    frame->add_option("--alt", f.stamp.altitude, "Altitude in metres");
+    frame->add_option("--speed", f.stamp.speed, "Speed in metres per second");
+    frame->add_option("--accuracy", f.stamp.accuracy, "Horizontal accuracy in metres");
+    frame->add_option("--heading", f.stamp.heading, "Compass heading in degrees");
+    frame->add_option("--time", f.stamp.time, "The moment, ISO 8601 (default: now)");
+    frame->callback([&request] { request.command = Command::Frame; });
+    frame->fallthrough();
 }
 
 }  // namespace
@@ -157,6 +183,13 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     if (request.command == Command::Where) {
         if (auto problem = checkWhereOptions(request.where)) {
             err << "orvane where: " << *problem << "\n";
+            return 1;
+        }
+    }
+
+    if (request.command == Command::Frame) {
+        if (auto problem = checkFrameOptions(request.frame)) {
+            err << "orvane frame: " << *problem << "\n";
             return 1;
         }
     }
@@ -198,6 +231,10 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
             break;
         case Command::Where:
             status = runWhere(request.where, store, cache, launch.stampLayer, language, out, err);
+            break;
+        case Command::Frame:
+            status = runFrame(request.frame, store, cache, launch,
+                              foundation::systemClock().timeIntervalSince1970(), out, err);
             break;
         case Command::Lunar:
         case Command::None:

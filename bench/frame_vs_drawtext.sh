@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# The frame pass against FFmpeg's drawtext, in one run on the same frames.
+#
+# Our side: orvane_bench's FramePass benchmark renders 1920x1080 BGRA frames of the synthetic
+# scene with the stamp (time row 46 with its fraction, coordinates gps2, an address line,
+# altitude and speed, compass degrees), video mode, and reports the median per frame.
+# drawtext's side: ffmpeg draws the same five lines with a 2-pixel border on the same frame,
+# looped; its cost per frame is the difference between that run and one with the null filter,
+# so reading and passing the frames around is not counted against it.
+#
+# Usage: bench/frame_vs_drawtext.sh [BUILD_DIR] (default build/release)
+set -euo pipefail
+
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=${1:-$top/build/release}
+bench="$build/bench/orvane_bench"
+frames=${ORVANE_DRAWTEXT_FRAMES:-300}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+command -v ffmpeg >/dev/null || { echo "ffmpeg is not installed (scripts/install-deps)"; exit 1; }
+[[ -x "$bench" ]] || { echo "no $bench: build the release preset first (scripts/build release)"; exit 1; }
+
+# The frame, the stamp's five lines and its font size, as the benchmark uses them.
+ORVANE_BENCH_WRITE_DIR="$work" "$bench" --benchmark_filter='^BM_FramePass/copy' \
+    --benchmark_min_time=0.01 >/dev/null
+size=$(cat "$work/size.txt")
+font=$(fc-match -f '%{file}' 'Liberation Sans')
+
+ours=$("$bench" --benchmark_filter='^BM_FramePass/copy' --benchmark_repetitions=5 \
+    --benchmark_report_aggregates_only=true --benchmark_format=json |
+    python3 -c 'import json,sys; d=json.load(sys.stdin)
+print(next(b["real_time"] for b in d["benchmarks"] if b["name"].endswith("_median")))')
+
+run_ffmpeg() {
+    local filter=$1
+    /usr/bin/time -f '%e %U %S' -o "$work/time.txt" \
+        ffmpeg -nostdin -loglevel error -stream_loop $((frames - 1)) -f rawvideo -pix_fmt bgra \
+        -s 1920x1080 -i "$work/frame.bgra" -vf "$filter" -f null - 
+    awk '{print $2 + $3}' "$work/time.txt"
+}
+null_cpu=$(run_ffmpeg null)
+text_filter="drawtext=fontfile=$font:textfile=$work/stamp.txt:fontsize=$size:fontcolor=white"
+text_filter+=":borderw=2:bordercolor=black:x=40:y=40"
+text_cpu=$(run_ffmpeg "$text_filter")
+
+python3 - "$ours" "$null_cpu" "$text_cpu" "$frames" <<'PY'
+import sys
+ours_ns, null_cpu, text_cpu, frames = float(sys.argv[1]), float(sys.argv[2]), float(sys.argv[3]), int(sys.argv[4])
+drawtext_ms = max(text_cpu - null_cpu, 0.0) * 1000.0 / frames
+ours_ms = ours_ns / 1e6
+print(f"frame pass (median, 1920x1080): {ours_ms:.3f} ms")
+print(f"drawtext (CPU per frame, over null): {drawtext_ms:.3f} ms")
+if drawtext_ms > 0:
+    print(f"ratio: {ours_ms / drawtext_ms:.2f}")
+PY

@@ -1,0 +1,269 @@
+// The frame pass on a real GL context: both camera roads, mirroring, the first frame's text
+// place, sizes changing between frames, refusals, and golden frames.
+#include <cairo.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "compositor/ZephrinOpenGLView.h"
+#include "engine/gl_objects.h"
+#include "foundation/Clock.h"
+#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/sim/test_scene.h"
+#include "screen/settings_first_run.h"
+#include "screen/settings_loading.h"
+#include "stamp/stamp_state.h"
+#include "tests/engine/gl_test_support.h"
+
+namespace orvane::compositor {
+namespace {
+
+// 2024-02-10 04:00:00.950 UTC.
+constexpr double kInstant = 1707537600.95;
+
+// The test program's one context, lent to each view: GL objects of the scene engine's shared
+// programs live on one context at a time.
+class BorrowedContext : public platform::GLContext {
+  public:
+    explicit BorrowedContext(platform::GLContext& context) : _context(context) {}
+    bool makeCurrent() override { return _context.makeCurrent(); }
+    void doneCurrent() override {}
+    int majorVersion() const override { return _context.majorVersion(); }
+    const std::string& renderer() const override { return _context.renderer(); }
+    bool hasExtension(const std::string& name) const override {
+        return _context.hasExtension(name);
+    }
+
+  private:
+    platform::GLContext& _context;
+};
+
+platform::PixelBufferRef makeBuffer(int width, int height) {
+    auto made = platform::PixelBuffer::create(width, height);
+    EXPECT_TRUE(made.buffer);
+    return made.buffer;
+}
+
+platform::PixelBufferRef sceneBuffer(int width, int height) {
+    auto buffer = makeBuffer(width, height);
+    platform::drawTestScene(*buffer, 0.5);
+    return buffer;
+}
+
+platform::PixelBufferRef solidBuffer(int width, int height, std::uint32_t bgra) {
+    auto buffer = makeBuffer(width, height);
+    platform::PixelBufferWriteLock lock(*buffer);
+    for (std::size_t i = 0; i < buffer->dataSize() / 4; ++i) {
+        std::memcpy(lock.data() + i * 4, &bgra, 4);
+    }
+    return buffer;
+}
+
+// Pixels that differ by more than `tolerance` in any channel.
+std::size_t differingPixels(const platform::PixelBuffer& a, const platform::PixelBuffer& b,
+                            int tolerance) {
+    platform::PixelBufferReadLock la(a);
+    platform::PixelBufferReadLock lb(b);
+    std::size_t count = 0;
+    for (int y = 0; y < a.height(); ++y) {
+        const std::uint8_t* pa = la.data() + y * a.bytesPerRow();
+        const std::uint8_t* pb = lb.data() + y * b.bytesPerRow();
+        for (int x = 0; x < a.width(); ++x) {
+            for (int c = 0; c < 3; ++c) {
+                if (std::abs(pa[x * 4 + c] - pb[x * 4 + c]) > tolerance) {
+                    ++count;
+                    break;
+                }
+            }
+        }
+    }
+    return count;
+}
+
+std::array<int, 3> bgrAt(const platform::PixelBuffer& buffer, int x, int y) {
+    platform::PixelBufferReadLock lock(buffer);
+    const std::uint8_t* p = lock.data() + y * buffer.bytesPerRow() + x * 4;
+    return {p[0], p[1], p[2]};
+}
+
+class FramePassTest : public testing::GLTest {
+  protected:
+    void SetUp() override {
+        testing::GLTest::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        ZephrinOpenGLView::setCameraPosition(true);
+        ZephrinOpenGLView::setOnlyFrontCamera(false);
+        ZephrinOpenGLView::rotateWatermark(3);
+        // The cached copies as the camera screen loads them: text alpha, plate, font, sizes.
+        screen::loadSettingsAtLaunch(store, screen::DeviceTraits{}, "en");
+        cache.setMarginsMode(1);
+    }
+
+    void TearDown() override {
+        view.reset();
+        engine::SharedProgram::releaseAll();
+        testing::GLTest::TearDown();
+    }
+
+    ZephrinOpenGLView& makeView(std::int64_t timeRow = 19, std::int64_t position = 0) {
+        screen::GLViewStartValues start;
+        start.timePosition = position;
+        screen::StampLayerStartValues stampStart;
+        stampStart.timeFormatIndex = timeRow;
+        auto makeContext = [this](std::string&) -> std::unique_ptr<platform::GLContext> {
+            return std::make_unique<BorrowedContext>(context());
+        };
+        auto makeDrawer = [this, stampStart] {
+            return std::make_unique<stamp::LineDrawer>(store, cache, stampStart, state,
+                                                       stamp::DateSettings{"en_US", "UTC"});
+        };
+        view = std::make_unique<ZephrinOpenGLView>(store, start, makeContext, makeDrawer);
+        return *view;
+    }
+
+    // Two passes, so the text is placed by this frame's size.
+    platform::PixelBufferRef render(ZephrinOpenGLView& v, const platform::PixelBufferRef& source) {
+        v.setDimensions(source->width(), source->height(), 0);
+        auto output = makeBuffer(source->width(), source->height());
+        for (int pass = 0; pass < 2; ++pass) {
+            EXPECT_EQ(v.displayAndRenderPixelBuffer(source, output, true), 0);
+        }
+        return output;
+    }
+
+    platform::MemoryUserDefaults defaults;
+    screen::SettingsCache cache;
+    screen::SettingsStore store{defaults, cache};
+    foundation::ManualClock clock{kInstant};
+    stamp::StampState state{clock};
+    std::unique_ptr<ZephrinOpenGLView> view;
+};
+
+TEST_F(FramePassTest, CopiedAndShadedCameraRoadsAgree) {
+    const auto source = sceneBuffer(640, 360);
+    auto& v = makeView();
+    const auto copied = render(v, source);
+    EXPECT_TRUE(v.lastFrameStats().copiedCamera);
+    EXPECT_LT(v.lastFrameStats().readPixels, 640 * 360);
+
+    v.setCopyShortcutEnabled(false);
+    const auto shaded = render(v, source);
+    EXPECT_FALSE(v.lastFrameStats().copiedCamera);
+    EXPECT_EQ(differingPixels(*copied, *shaded, 1), 0u);
+    // The stamp is there: the frame is not the source.
+    EXPECT_GT(differingPixels(*copied, *source, 8), 100u);
+}
+
+TEST_F(FramePassTest, TheStampLiesOnlyInItsBlock) {
+    const auto source = solidBuffer(640, 360, 0xff204060);
+    auto& v = makeView(19, 0);
+    const auto output = render(v, source);
+    const engine::Size text = v.lineDrawer()->textSize();
+    ASSERT_GT(text.width, 10);
+    const RectF rect = ZephrinOpenGLView::getTextRect();
+    // Top left in landscape: the block starts at the margins and nothing lies beyond it.
+    EXPECT_EQ(rect.x, ZephrinOpenGLView::getTextDistance());
+    EXPECT_EQ(rect.y, ZephrinOpenGLView::getTextDistance());
+    const int right = static_cast<int>(rect.x + text.width);
+    const int bottom = static_cast<int>(rect.y + text.height);
+    EXPECT_EQ(bgrAt(*output, right + 2, 10), (std::array<int, 3>{0x60, 0x40, 0x20}));
+    EXPECT_EQ(bgrAt(*output, 10, bottom + 2), (std::array<int, 3>{0x60, 0x40, 0x20}));
+    EXPECT_GT(differingPixels(*output, *source, 8), 50u);
+}
+
+TEST_F(FramePassTest, MirroringTurnsTheCameraAndNeverTheStamp) {
+    cache.setIsMirrorFrontCamera(true);
+    // On a uniform picture a mirrored camera looks the same, so any change would be the stamp.
+    const auto plain = solidBuffer(640, 360, 0xff808080);
+    auto& v = makeView();
+    const auto back = render(v, plain);
+    ZephrinOpenGLView::setCameraPosition(false);
+    const auto front = render(v, plain);
+    EXPECT_FALSE(v.lastFrameStats().copiedCamera);
+    EXPECT_EQ(differingPixels(*back, *front, 1), 0u);
+
+    // On the scene the camera layer is turned: in landscape the front camera's picture is
+    // upside down from the buffer's table and then mirrored across x.
+    const auto scene = sceneBuffer(640, 360);
+    const auto mirrored = render(v, scene);
+    const int x = 600;
+    const int y = 350;
+    EXPECT_EQ(bgrAt(*mirrored, x, y), bgrAt(*scene, 639 - x, 359 - y));
+}
+
+TEST_F(FramePassTest, FirstFrameTextLiesByTheOldSize) {
+    auto& v = makeView(19, 3);
+    const auto source = solidBuffer(400, 300, 0xff000000);
+    auto output = makeBuffer(400, 300);
+    v.setDimensions(400, 300, 0);
+    ASSERT_NE(ZephrinOpenGLView::getFrameSize().height, 300);
+    ASSERT_EQ(v.displayAndRenderPixelBuffer(source, output, true), 0);
+    const float th = v.lineDrawer()->textSize().height;
+    const int d = ZephrinOpenGLView::getTextDistance();
+    // The block was placed before the size was known; the size change then put the square at
+    // its provisional origin, the buffer's first pixel in landscape, not at the bottom.
+    EXPECT_EQ(ZephrinOpenGLView::getTextRect().x, 0);
+    EXPECT_EQ(ZephrinOpenGLView::getTextRect().y, 0);
+    ASSERT_EQ(v.displayAndRenderPixelBuffer(source, output, true), 0);
+    EXPECT_FLOAT_EQ(ZephrinOpenGLView::getTextRect().y, static_cast<float>(300 - d) - th);
+    EXPECT_EQ(ZephrinOpenGLView::getFrameSize(), (SizeI{400, 300}));
+}
+
+TEST_F(FramePassTest, ASizeChangeRederivesTheQuad) {
+    auto& v = makeView();
+    v.setDimensions(640, 360, 0);
+    ZephrinOpenGLView::rotateWatermark(1);
+    auto output = makeBuffer(320, 480);
+    ASSERT_EQ(v.displayAndRenderPixelBuffer(sceneBuffer(320, 480), output, true), 0);
+    EXPECT_EQ(ZephrinOpenGLView::getStampQuadVertices(),
+              (std::array<float, 8>{-1, 1, -1, -1, 1, 1, 1, -1}));
+    // Portrait: the provisional origin sits against the far edge of the height.
+    EXPECT_EQ(ZephrinOpenGLView::getFrameSize(), (SizeI{320, 480}));
+}
+
+TEST_F(FramePassTest, RefusesMissingBuffers) {
+    auto& v = makeView();
+    v.setDimensions(64, 64, 0);
+    const auto buffer = makeBuffer(64, 64);
+    EXPECT_EQ(v.displayAndRenderPixelBuffer(nullptr, buffer, true), kFramePassParameterError);
+    EXPECT_EQ(v.displayAndRenderPixelBuffer(buffer, nullptr, true), kFramePassParameterError);
+}
+
+TEST_F(FramePassTest, WithoutAContextEveryPassIsRefused) {
+    screen::GLViewStartValues start;
+    ZephrinOpenGLView broken(
+        store, start,
+        [](std::string& problem) -> std::unique_ptr<platform::GLContext> {
+            problem = "eglInitialize failed: EGL_NOT_INITIALIZED (0x3001)";
+            return nullptr;
+        },
+        nullptr);
+    testing::LogCapture log;
+    broken.setDimensions(64, 64, 0);
+    EXPECT_FALSE(broken.isReady());
+    const auto lines = log.lines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_NE(lines.back().find("Problem with OpenGL context."), std::string::npos);
+    const auto buffer = makeBuffer(64, 64);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(broken.displayAndRenderPixelBuffer(buffer, buffer, false),
+                  kFramePassParameterError);
+    }
+}
+
+TEST_F(FramePassTest, NoParticleNoEmitterWork) {
+    auto& v = makeView();
+    const auto source = sceneBuffer(320, 180);
+    render(v, source);
+    EXPECT_TRUE(v.lastFrameStats().copiedCamera);
+    v.saveParticleIndex(1);
+    render(v, source);
+    EXPECT_FALSE(v.lastFrameStats().copiedCamera);
+}
+
+}  // namespace
+}  // namespace orvane::compositor
