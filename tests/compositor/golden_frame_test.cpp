@@ -1,0 +1,184 @@
+// Whole stamped frames compared with the expected pictures kept beside this file: positions and
+// orientations, the outline, the background plate, right alignment with fraction digits.
+// ORVANE_UPDATE_GOLDEN=1 writes the pictures anew from what the frame pass draws now.
+#include <cairo.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "compositor/ZephrinOpenGLView.h"
+#include "engine/gl_objects.h"
+#include "foundation/Clock.h"
+#include "foundation/strings.h"
+#include "platform/sim/MemoryUserDefaults.h"
+#include "screen/settings_first_run.h"
+#include "screen/settings_loading.h"
+#include "stamp/stamp_state.h"
+#include "tests/engine/gl_test_support.h"
+
+namespace orvane::compositor {
+namespace {
+
+// 2024-02-10 04:00:00.950 UTC.
+constexpr double kInstant = 1707537600.95;
+constexpr int kWidth = 1280;
+constexpr int kHeight = 720;
+
+std::filesystem::path goldenPath(const std::string& name) {
+    return std::filesystem::path(__FILE__).parent_path() / "golden" / (name + ".png");
+}
+
+class Borrowed : public platform::GLContext {
+  public:
+    explicit Borrowed(platform::GLContext& context) : _context(context) {}
+    bool makeCurrent() override { return _context.makeCurrent(); }
+    void doneCurrent() override {}
+    int majorVersion() const override { return _context.majorVersion(); }
+    const std::string& renderer() const override { return _context.renderer(); }
+    bool hasExtension(const std::string& name) const override {
+        return _context.hasExtension(name);
+    }
+
+  private:
+    platform::GLContext& _context;
+};
+
+struct Case {
+    const char* name;
+    int orientation;
+    std::int64_t position;
+    std::int64_t timeRow;
+    bool stroke;
+    float plateAlpha;
+    bool lines;  // coordinates, altitude and speed under the time
+};
+
+struct SurfaceDeleter {
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+};
+using Surface = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
+
+class GoldenFrameTest : public testing::GLTest, public ::testing::WithParamInterface<Case> {
+  protected:
+    static void SetUpTestSuite() {
+        // The stamp's words ("Altitude:", "Speed") from the English catalogue of the build tree.
+        foundation::initializeStrings();
+    }
+
+    void TearDown() override {
+        engine::SharedProgram::releaseAll();
+        testing::GLTest::TearDown();
+    }
+
+    platform::PixelBufferRef render(const Case& c) {
+        platform::MemoryUserDefaults defaults;
+        screen::SettingsCache cache;
+        screen::SettingsStore store{defaults, cache};
+        const auto launch = screen::loadSettingsAtLaunch(store, screen::DeviceTraits{}, "en");
+        // 720 lines: the reference size of the fonts, 45 pixels at level 0.
+        cache.setCurrentVideoResolution(3);
+        defaults.setInteger("defaultFontSizeLevel", 0);
+        cache.setMarginsMode(1);
+        cache.setUseTextStroke(c.stroke);
+        cache.setStrokeColor({0.9, 0.1, 0.1, 1.0});
+        cache.setBackgroundColor({0.0, 0.2, 0.6, 1.0});
+        cache.setBackgroundAlpha(c.plateAlpha);
+        cache.setShowAltitudeAndSpeed(c.lines);
+        foundation::ManualClock clock{kInstant};
+        stamp::StampState state{clock};
+        if (c.lines) {
+            state.setAltitude(35.5f);
+            state.setSpeed(12.0f);
+        }
+        screen::StampLayerStartValues start = launch.stampLayer;
+        start.timeFormatIndex = c.timeRow;
+        start.gpsType = "gps2";
+        auto makeDrawer = [&] {
+            auto drawer = std::make_unique<stamp::LineDrawer>(store, cache, start, state,
+                                                              stamp::DateSettings{"en_US", "UTC"});
+            if (c.lines) {
+                drawer->coordinateCatalogue().rebuild({48.858370, 2.294481, 5.0});
+            }
+            return drawer;
+        };
+        screen::GLViewStartValues viewStart = launch.glView;
+        viewStart.timePosition = c.position;
+        ZephrinOpenGLView::setCameraPosition(true);
+        ZephrinOpenGLView::setOnlyFrontCamera(false);
+        ZephrinOpenGLView::rotateWatermark(c.orientation);
+        ZephrinOpenGLView view(
+            store, viewStart,
+            [this](std::string&) -> std::unique_ptr<platform::GLContext> {
+                return std::make_unique<Borrowed>(context());
+            },
+            makeDrawer);
+        view.setDimensions(kWidth, kHeight, 0);
+        auto source = platform::PixelBuffer::create(kWidth, kHeight).buffer;
+        {
+            platform::PixelBufferWriteLock lock(*source);
+            // A mid grey that both white text and a dark shadow stand out from.
+            std::memset(lock.data(), 0x70, source->dataSize());
+        }
+        auto output = platform::PixelBuffer::create(kWidth, kHeight).buffer;
+        for (int pass = 0; pass < 2; ++pass) {
+            EXPECT_EQ(view.displayAndRenderPixelBuffer(source, output, true), 0);
+        }
+        return output;
+    }
+};
+
+TEST_P(GoldenFrameTest, MatchesTheExpectedPicture) {
+    const Case& c = GetParam();
+    const auto frame = render(c);
+    const auto path = goldenPath(c.name);
+    platform::PixelBufferReadLock lock(*frame);
+    if (std::getenv("ORVANE_UPDATE_GOLDEN") != nullptr) {
+        Surface out(cairo_image_surface_create_for_data(
+            const_cast<unsigned char*>(lock.data()), CAIRO_FORMAT_RGB24, frame->width(),
+            frame->height(), static_cast<int>(frame->bytesPerRow())));
+        ASSERT_EQ(cairo_surface_write_to_png(out.get(), path.c_str()), CAIRO_STATUS_SUCCESS);
+        return;
+    }
+    Surface expected(cairo_image_surface_create_from_png(path.c_str()));
+    ASSERT_EQ(cairo_surface_status(expected.get()), CAIRO_STATUS_SUCCESS)
+        << path << " is missing: run with ORVANE_UPDATE_GOLDEN=1 to draw it";
+    ASSERT_EQ(cairo_image_surface_get_width(expected.get()), kWidth);
+    ASSERT_EQ(cairo_image_surface_get_height(expected.get()), kHeight);
+    const unsigned char* want = cairo_image_surface_get_data(expected.get());
+    const int stride = cairo_image_surface_get_stride(expected.get());
+    // Rasterisers may differ by a few steps at glyph edges; a misplaced or missing line
+    // changes thousands of pixels.
+    int differing = 0;
+    int inked = 0;
+    for (int y = 0; y < kHeight; ++y) {
+        const unsigned char* got = lock.data() + y * frame->bytesPerRow();
+        const unsigned char* exp = want + y * stride;
+        for (int x = 0; x < kWidth; ++x) {
+            bool differs = false;
+            bool ink = false;
+            for (int ch = 0; ch < 3; ++ch) {
+                differs = differs || std::abs(got[x * 4 + ch] - exp[x * 4 + ch]) > 24;
+                ink = ink || exp[x * 4 + ch] != 0x70;
+            }
+            differing += differs ? 1 : 0;
+            inked += ink ? 1 : 0;
+        }
+    }
+    EXPECT_GT(inked, 500) << "the expected picture holds no stamp";
+    EXPECT_LE(differing, kWidth * kHeight / 500) << differing << " pixels differ from " << path;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Frames, GoldenFrameTest,
+    ::testing::Values(Case{"top_left_landscape", 3, 0, 19, false, 0.0f, false},
+                      Case{"bottom_right_portrait", 1, 5, 19, false, 0.0f, false},
+                      Case{"bottom_centre_upside_down", 2, 4, 19, false, 0.0f, false},
+                      Case{"top_right_turned_stroke", 4, 2, 19, true, 0.0f, false},
+                      Case{"bottom_left_plate", 3, 3, 19, false, 0.5f, true},
+                      Case{"top_right_fraction_lines", 3, 2, 46, false, 0.0f, true}),
+    [](const ::testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace orvane::compositor
