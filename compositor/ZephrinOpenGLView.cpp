@@ -6,6 +6,7 @@
 
 #include "compositor/effects_catalogue.h"
 #include "compositor/image_transform.h"
+#include "compositor/stamp_blend.h"
 #include "engine/CCParticleFlower.h"
 #include "engine/CCParticleSystemQuad.h"
 #include "engine/CCTextureCache.h"
@@ -463,6 +464,17 @@ std::int32_t ZephrinOpenGLView::displayAndRenderPixelBuffer(const platform::Pixe
                            _outputTexture->name(), 0);
 
     const OverlayPlan plan = planOverlays(width, height);
+    // With the camera copied and the text block the only overlay, the block is blended here on
+    // the CPU from a copy of the stamp read back only when the stamp changes.
+    const bool textOnly = copyCamera && !plan.drawMap && !plan.drawCompass && !plan.drawWatermark &&
+                          _presenter == nullptr;
+    if (textOnly) {
+        copyPixels(*source, *output);
+        const bool blended = blendTextBlock(plan, *output, width, height);
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        _stats.copiedCamera = true;
+        return blended ? 0 : kFramePassParameterError;
+    }
     if (copyCamera) {
         copyPixels(*source, *output);
         collectOverlayRects(plan, width, height);
@@ -530,9 +542,78 @@ std::int32_t ZephrinOpenGLView::displayAndRenderPixelBuffer(const platform::Pixe
     return 0;
 }
 
+bool ZephrinOpenGLView::blendTextBlock(const OverlayPlan& plan, platform::PixelBuffer& output,
+                                       int width, int height) {
+    if (!_lineDrawer) {
+        return true;
+    }
+    const auto map =
+        texelMapForQuad(getStampQuadVertices(), {plan.text[0], plan.text[1]}, kStampTextureSize);
+    if (!map) {
+        return true;
+    }
+    // The pixels the block may touch: the scissor, or the whole square without one.
+    std::array<int, 4> clip;
+    if (plan.scissor) {
+        clip = clipToFrame(plan.scissor->x, plan.scissor->y, plan.scissor->width,
+                           plan.scissor->height, width, height);
+    } else {
+        clip = clipToFrame(plan.text[0], plan.text[1], plan.text[2], plan.text[3], width, height);
+    }
+    // The texels those pixels need, from two opposite corners, kept inside the square.
+    const auto texelOf = [&](int x, int y) {
+        const int dx = x - map->origin.x;
+        const int dy = y - map->origin.y;
+        return PointI{dx * map->uStep.x + dy * map->uStep.y, dx * map->vStep.x + dy * map->vStep.y};
+    };
+    if (clip[2] <= 0 || clip[3] <= 0) {
+        return true;
+    }
+    const PointI a = texelOf(clip[0], clip[1]);
+    const PointI b = texelOf(clip[0] + clip[2] - 1, clip[1] + clip[3] - 1);
+    const std::array<int, 4> texels{std::min(a.x, b.x), std::min(a.y, b.y), std::abs(a.x - b.x) + 1,
+                                    std::abs(a.y - b.y) + 1};
+    if (texels[0] < 0 || texels[1] < 0 || texels[0] + texels[2] > kStampTextureSize ||
+        texels[1] + texels[3] > kStampTextureSize) {
+        return true;
+    }
+    const std::uint64_t draws = _lineDrawer->drawCount();
+    if (draws != _stampDraws || texels != _stampTexelRect) {
+        // Read the stamp's texels through the offscreen framebuffer, then give it back its
+        // output texture.
+        const std::size_t bytes = static_cast<std::size_t>(texels[2]) * texels[3] * 4;
+        if (_stampTexels.size() < bytes) {
+            _stampTexels.resize(bytes);
+        }
+        glBindFramebuffer(GL_FRAMEBUFFER, _offscreenBufferHandle.get());
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D,
+                               _lineDrawer->textureName(), 0);
+        glPixelStorei(GL_PACK_ALIGNMENT, 4);
+        glReadPixels(texels[0], texels[1], texels[2], texels[3], GL_RGBA, GL_UNSIGNED_BYTE,
+                     _stampTexels.data());
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D,
+                               _outputTexture->name(), 0);
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        if (glGetError() != GL_NO_ERROR) {
+            foundation::log("The stamp could not be read back.");
+            _stampDraws = ~std::uint64_t{0};
+            return false;
+        }
+        _stampDraws = draws;
+        _stampTexelRect = texels;
+        _stats.readPixels = static_cast<std::int64_t>(texels[2]) * texels[3];
+    }
+    // The blend reads texel (u, v) at (v - top) * stride + (u - left).
+    const std::uint8_t* base =
+        _stampTexels.data() - (static_cast<std::ptrdiff_t>(texels[1]) * texels[2] + texels[0]) * 4;
+    blendStamp(output, base, texels[2], *map, clip);
+    _stats.shadedRects = 1;
+    return true;
+}
+
 bool ZephrinOpenGLView::finishRenderingPixelBuffer() {
     if (!_pendingOutput) {
-        return false;
+        return true;
     }
     platform::PixelBufferRef output = std::move(_pendingOutput);
     _pendingOutput.reset();
@@ -626,6 +707,9 @@ void ZephrinOpenGLView::drawOverlays(const OverlayPlan& plan) {
     }
     glUseProgram(_programs.passthruProgram.get());
     bindTexture(GL_TEXTURE3, _lineDrawer ? _lineDrawer->textureName() : 0);
+    // The stamp lies texel for pixel: nearest sampling gives the same pixels, for less work.
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glUniform1i(_programs.passthruFrame, 3);
     setQuadAttributes(quad.data(), kUnitTexCoords.data());
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);

@@ -87,7 +87,8 @@ class ZephrinOpenGLView {
     std::int32_t displayAndRenderPixelBuffer(const platform::PixelBufferRef& source,
                                              const platform::PixelBufferRef& output,
                                              bool isStillImage);
-    // Completes the last frame's output buffer. True when a frame was pending and arrived whole.
+    // Completes the last frame's output buffer: true when nothing was pending or it arrived
+    // whole.
     bool finishRenderingPixelBuffer();
 
     // The imported photo (or none), the logo and the map; `loadLuoPanImage` loads the compass.
@@ -191,6 +192,9 @@ class ZephrinOpenGLView {
     void drawOverlays(const OverlayPlan& plan);
     void drawOverlay(GLuint texture, const std::array<float, 8>& quad);
     void drawCompass(const OverlayPlan& plan, const std::array<float, 8>& quad);
+    // The text block blended on the CPU over a copied frame; false when the stamp cannot be read.
+    bool blendTextBlock(const OverlayPlan& plan, platform::PixelBuffer& output, int width,
+                        int height);
 
     screen::SettingsStore& _store;
     screen::SettingsCache& _cache;
@@ -238,6 +242,11 @@ class ZephrinOpenGLView {
     ScreenPresenter* _presenter = nullptr;
     std::mutex _previewMutex;  // guards the frame waiting for the screen pass
     bool _previewPending = false;
+
+    // The stamp's texels as last read back, and which draw and rectangle they are of.
+    std::vector<std::uint8_t> _stampTexels;
+    std::uint64_t _stampDraws = ~std::uint64_t{0};
+    std::array<int, 4> _stampTexelRect{};
 
     // Scratch of the frame pass, kept between frames.
     std::vector<std::array<int, 4>> _overlayRects;

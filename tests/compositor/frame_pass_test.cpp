@@ -145,17 +145,26 @@ class FramePassTest : public testing::GLTest {
 
 TEST_F(FramePassTest, CopiedAndShadedCameraRoadsAgree) {
     const auto source = sceneBuffer(640, 360);
-    auto& v = makeView();
-    const auto copied = render(v, source);
-    EXPECT_TRUE(v.lastFrameStats().copiedCamera);
-    EXPECT_LT(v.lastFrameStats().readPixels, 640 * 360);
+    // Every orientation, a corner and a centred position: the copied road blends the block on
+    // the CPU, the shaded one through GL, and they must give the same pixels.
+    for (int orientation = 1; orientation <= 4; ++orientation) {
+        for (std::int64_t position : {0, 4}) {
+            SCOPED_TRACE(::testing::Message()
+                         << "orientation " << orientation << " position " << position);
+            ZephrinOpenGLView::rotateWatermark(orientation);
+            auto& v = makeView(19, position);
+            const auto copied = render(v, source);
+            EXPECT_TRUE(v.lastFrameStats().copiedCamera);
+            EXPECT_LT(v.lastFrameStats().readPixels, 640 * 360);
 
-    v.setCopyShortcutEnabled(false);
-    const auto shaded = render(v, source);
-    EXPECT_FALSE(v.lastFrameStats().copiedCamera);
-    EXPECT_EQ(differingPixels(*copied, *shaded, 1), 0u);
-    // The stamp is there: the frame is not the source.
-    EXPECT_GT(differingPixels(*copied, *source, 8), 100u);
+            v.setCopyShortcutEnabled(false);
+            const auto shaded = render(v, source);
+            EXPECT_FALSE(v.lastFrameStats().copiedCamera);
+            EXPECT_EQ(differingPixels(*copied, *shaded, 1), 0u);
+            // The stamp is there: the frame is not the source.
+            EXPECT_GT(differingPixels(*copied, *source, 8), 100u);
+        }
+    }
 }
 
 TEST_F(FramePassTest, TheStampLiesOnlyInItsBlock) {
