@@ -34,10 +34,12 @@ struct Stamp {
         screen::StampLayerStartValues start;
         start.timeFormatIndex = timeRow;
         start.gpsType = "gpsMGRS";
+        start.locationType = "formatAddress";
         drawer = std::make_unique<stamp::LineDrawer>(store, cache, start, state,
                                                      stamp::DateSettings{"en_US", "UTC"});
-        drawer->setLocalList({"None", "5 Avenue Anatole France, 75007 Paris, France"});
-        drawer->setLocationIndex(1);
+        platform::Placemark place;
+        place.formattedAddress = "5 Avenue Anatole France, 75007 Paris, France";
+        drawer->processPlacement({place}, std::nullopt);
         drawer->coordinateCatalogue().rebuild({48.858370, 2.294481, 5.0});
         drawer->setLuoPanSource([] { return stamp::LineDrawer::LuoPanReading{true, 1.2}; });
     }

@@ -3,15 +3,26 @@
 // the time, coordinate and address rows the pickers show.
 //
 // Its facts that other parts need without holding the layer are class operations over the
-// shared StampState. This file holds the layer's text side; the drawing of the texts into the
-// stamp's texture builds on composeStrings.
+// shared StampState. Given a GL context, the layer draws the texts into a 1280-pixel square
+// texture that the frame compositor places on every frame (LineDrawer_draw.cpp); without one it
+// composes the texts only.
 #pragma once
 
+#include <GLES2/gl2.h>
+
 #include <atomic>
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "engine/geometry.h"
+#include "foundation/Color.h"
+#include "foundation/thread_annotations.h"
+#include "platform/GLContext.h"
 
 #include "screen/settings_cache.h"
 #include "screen/settings_first_run.h"
@@ -19,6 +30,8 @@
 #include "stamp/address_formats.h"
 #include "stamp/coordinate_formats.h"
 #include "stamp/lunar.h"
+#include "stamp/pen_stroke.h"
+#include "stamp/stamp_layout.h"
 #include "stamp/stamp_state.h"
 #include "stamp/stamp_text.h"
 #include "stamp/time_formats.h"
@@ -53,8 +66,69 @@ class LineDrawer {
                const screen::StampLayerStartValues& start, StampState& state = StampState::shared(),
                DateSettings dateSettings = dateSettingsFromEnvironment(),
                std::string languageCode = {});
+    // Releases the GL objects with the context current.
+    ~LineDrawer();
     LineDrawer(const LineDrawer&) = delete;
     LineDrawer& operator=(const LineDrawer&) = delete;
+
+    // Makes `context` current and builds, once, the stamp texture and every label: the font from
+    // the settings, its size by camera mode, size level and video resolution. The context is
+    // borrowed and must outlive the layer. Without a call the layer composes texts only.
+    void setGLContext(platform::GLContext* context);
+
+    // The tick, once per frame the compositor renders and once per setter below: composes the
+    // texts, lays the labels and glyphs out, and draws the texture only when something visible
+    // changed. Does nothing while the application is inactive. Runs on whichever thread renders;
+    // the context must not be current on another thread meanwhile.
+    void updateTime();
+    // Recomposes the texture: the background plate, then each block's shadow and text. Nothing
+    // while the application is inactive.
+    void draw();
+
+    // The stamp texture's GL name; 0 without a context.
+    GLuint textureName() const;
+    // The text block's size in texture pixels as the last tick laid it out.
+    engine::Size textSize() const;
+    // The font size in pixels the labels use: set from the settings with the context, and by
+    // setFont. 0 before setGLContext.
+    float fontSize() const { return _fontSize.load(std::memory_order_relaxed); }
+    // The text distance the layer asks of the compositor at creation, for its setTextDistance:
+    // from the margin mode ("TextDistanceMode") and the font size above.
+    int textDistance() const { return _textDistance.load(std::memory_order_relaxed); }
+
+    // No font or colour leaves that alone, and so does a size of 0 or less; the others apply to
+    // every label (a colour to the texts, never the shadows). Then a tick and a draw.
+    //
+    // These setters and clearPen take effect at once where the context can be made current on
+    // the calling thread; where it is current on the thread rendering frames, or the application
+    // is inactive, the next tick applies them. No GL is touched while inactive.
+    void setFont(const std::optional<std::string>& font,
+                 const std::optional<foundation::Color>& color, float size);
+    // Outlines the texts and glyphs (never the shadows) in `color`, or takes the outline off.
+    // Then a tick and a draw.
+    void setStroke(bool enabled, const foundation::Color& color);
+    // Rasterises the text labels again (after a change of alignment), then a tick and a draw.
+    void resetText();
+
+    // For tests and benchmarks: how often the texture was drawn, the rasterisations of every
+    // label so far, and the layout of the last tick.
+    std::uint64_t drawCount() const { return _drawCount.load(std::memory_order_relaxed); }
+    std::uint64_t rasterizations() const;
+    StampLayout layout() const;
+
+    // The pen: a stroke's points (nothing sends touches to the layer; see PenStroke).
+    void setColor(const foundation::Color& color);
+    // Empties the stroke and clears the texture to transparent: the stamp blanks until the next
+    // draw.
+    void clearPen();
+    void touchbegin(engine::Point point);
+    void touchmove(engine::Point point);
+    void touchup(engine::Point point);
+    void startNewLineFrom(engine::Point point, float size);
+    void addPoint(engine::Point point, float size);
+    void endLineAt(engine::Point point, float size);
+    std::vector<LinePoint> calculateSmoothLinePoints();
+    std::vector<LinePoint> penPoints() const;
 
     // The tick's composition: the time and its fraction, the two blocks in the order of the time
     // mode, the compass and the stopwatch, at the clock's now. Stores the address line and the
@@ -93,9 +167,6 @@ class LineDrawer {
                           const std::optional<foundation::Error>& error) {
         _addressRows.processPlacement(placemarks, error, _store.lineDrawer);
     }
-    // Replaces the address rows as they are, without forms: for callers that hold rows already
-    // made.
-    void setLocalList(std::vector<std::string> rows) { _addressRows.setLocalList(std::move(rows)); }
     AddressCatalogue& addressCatalogue() { return _addressRows; }
 
     void setLuoPanSource(LuoPanSource source);
@@ -128,6 +199,41 @@ class LineDrawer {
     }
 
   private:
+    struct Surface;
+    // Defined beside Surface, so that this header needs no engine type.
+    struct SurfaceDeleter {
+        void operator()(Surface* surface) const;
+    };
+
+    // What the setters asked of the labels, applied by the next tick that has the context.
+    struct LabelChanges {
+        std::optional<std::string> fontName;
+        std::optional<engine::Color3B> fill;
+        float fontSize = 0.0f;
+        bool strokeChanged = false;
+        std::optional<engine::Color3B> stroke;  // none: no outline
+        bool rasterizeTexts = false;
+        bool clearTexture = false;
+
+        bool any() const {
+            return fontName || fill || fontSize > 0 || strokeChanged || rasterizeTexts ||
+                   clearTexture;
+        }
+    };
+
+    void updateTimeLocked() REQUIRES(_drawMutex);
+    // The tick with the context current (or no surface at all).
+    void updateTimeCurrent() REQUIRES(_drawMutex);
+    void applyLabelChanges() REQUIRES(_drawMutex);
+    void drawLocked() REQUIRES(_drawMutex);
+    // The setters' tail: a tick that applies the changes and draws, now when the context can be
+    // made current here, else at the next frame's tick.
+    void refreshLocked() REQUIRES(_drawMutex);
+    // Whether the context is current now; logs the first failure of a run of them.
+    bool makeContextCurrent() REQUIRES(_drawMutex);
+    // Labels, layout, redraw test: the GL side of a tick, after the texts are composed.
+    void placeLabels() REQUIRES(_drawMutex);
+
     screen::SettingsStore& _store;
     screen::SettingsCache& _cache;
     StampState& _state;
@@ -150,6 +256,24 @@ class LineDrawer {
     std::string _customText;
     std::string _tags;
     std::string _lastStopWatchString{kStopWatchZero};
+
+    // The GL side. Ticks, draws and setters may arrive from the main queue and the photo queue.
+    mutable std::mutex _drawMutex;
+    platform::GLContext* _context GUARDED_BY(_drawMutex) = nullptr;
+    std::unique_ptr<Surface, SurfaceDeleter> _surface GUARDED_BY(_drawMutex);
+    StampStrings _strings GUARDED_BY(_drawMutex);
+    StampMeasures _measures GUARDED_BY(_drawMutex);
+    StampLayout _layout GUARDED_BY(_drawMutex);
+    StampRedrawTest _redraw GUARDED_BY(_drawMutex);
+    LabelChanges _changes GUARDED_BY(_drawMutex);
+    // A draw the tick owes: the labels changed in ways the redraw test does not see, or a draw
+    // was asked for while the application was inactive.
+    bool _drawPending GUARDED_BY(_drawMutex) = false;
+    bool _contextFailureLogged GUARDED_BY(_drawMutex) = false;
+    PenStroke _pen GUARDED_BY(_drawMutex);
+    std::atomic<float> _fontSize{0.0f};
+    std::atomic<int> _textDistance{0};
+    std::atomic<std::uint64_t> _drawCount{0};
 };
 
 }  // namespace orvane::stamp

@@ -16,10 +16,12 @@ constexpr double kInstant = 1707537600.95;
 
 class LineDrawerTextTest : public ::testing::Test {
   protected:
-    LineDrawer& makeDrawer(std::int64_t timeRow, std::optional<std::string> gpsType = "gps1") {
+    LineDrawer& makeDrawer(std::int64_t timeRow, std::optional<std::string> gpsType = "gps1",
+                           std::optional<std::string> locationType = "locality") {
         screen::StampLayerStartValues start;
         start.timeFormatIndex = timeRow;
         start.gpsType = std::move(gpsType);
+        start.locationType = std::move(locationType);
         drawer =
             std::make_unique<LineDrawer>(store, cache, start, state, DateSettings{"en_US", "UTC"});
         return *drawer;
@@ -82,14 +84,15 @@ TEST_F(LineDrawerTextTest, CoordinateBlockFollowsTheModeAndIsRemembered) {
 
 TEST_F(LineDrawerTextTest, AddressRowAndCustomTextFillTheStaticBlock) {
     auto& layer = makeDrawer(0);
-    layer.setLocalList({"None", "Champ de Mars, Paris", "Paris"});
-    layer.setLocationIndex(1);
+    platform::Placemark place;
+    place.locality = "Paris";
+    layer.processPlacement({place}, std::nullopt);
     state.setCustomText("site 4");
     state.setTimeBelow(0);
-    EXPECT_EQ(tick().blocks.staticBlock, "Champ de Mars, Paris\nsite 4");
-    EXPECT_EQ(state.location(), "Champ de Mars, Paris");
+    EXPECT_EQ(tick().blocks.staticBlock, "Paris\nsite 4");
+    EXPECT_EQ(state.location(), "Paris");
 
-    layer.setLocationIndex(3);  // past the end: no address, no error
+    layer.setLocationIndex(static_cast<int>(layer.getLocalList().size()));  // past the end
     EXPECT_EQ(tick().blocks.staticBlock, "site 4");
     EXPECT_EQ(state.location(), "");
 }
@@ -178,8 +181,12 @@ TEST_F(LineDrawerTextTest, FrameThreadComposesWhileTheMainThreadChangesRows) {
     });
     for (int i = 0; i < 200; ++i) {
         layer.coordinateCatalogue().rebuild({10.0 + i * 1e-4, 20.0, 3.0});
-        layer.setLocalList({"None", "street " + std::to_string(i)});
-        layer.setLocationIndex(i % 2);
+        platform::Placemark place;
+        place.locality = "street " + std::to_string(i);
+        layer.processPlacement({place}, std::nullopt);
+        if (i % 2 == 0) {
+            layer.setLocationIndex(0);
+        }
         layer.setTimeFormatIndex(i % 2 ? 46 : 19);
         state.setCustomText("text " + std::to_string(i));
     }

@@ -1,0 +1,485 @@
+// The stamp layer's GL side: the stamp texture, the four text blocks with their shadows, the
+// eleven glyph pairs, the tick's layout and redraw test, and the drawing.
+#include <GLES2/gl2.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "engine/CCLabelTTF.h"
+#include "engine/CCRenderTexture.h"
+#include "engine/CCTexture2D.h"
+#include "foundation/application_state.h"
+#include "foundation/log.h"
+#include "stamp/LineDrawer.h"
+#include "stamp/stamp_font.h"
+
+namespace orvane::stamp {
+
+namespace {
+
+constexpr int kStampTextureSize = 1280;
+// Negative: fill and outline, the outline 3% of the font size.
+constexpr float kStrokeSize = -3.0f;
+constexpr const char* kFallbackFontName = "ArialMT";
+constexpr engine::Color3B kWhite{255, 255, 255};
+constexpr engine::Color3B kBlack{0, 0, 0};
+
+std::uint8_t component(double value) {
+    return static_cast<std::uint8_t>(std::clamp(static_cast<int>(value * 255), 0, 255));
+}
+
+engine::Color3B color3B(const foundation::Color& color) {
+    return {component(color.red), component(color.green), component(color.blue)};
+}
+
+float unitClamped(float value) {
+    return std::clamp(value, 0.0f, 1.0f);
+}
+
+using Label = std::unique_ptr<engine::CCLabelTTF>;
+
+// A text and its shadow: the text tinted white over its fill colour, the shadow tinted black.
+struct LabelPair {
+    Label text;
+    Label shadow;
+
+    LabelPair(const std::string& string, const std::string& fontName, float fontSize,
+              engine::Color3B fill)
+        : text(engine::CCLabelTTF::labelWithString(string, fontName, fontSize)),
+          shadow(engine::CCLabelTTF::labelWithString(string, fontName, fontSize)) {
+        text->setColor(kWhite);
+        text->setFontFillColor(fill, true);
+        text->setFlipY(true);
+        text->setOffsetPosition({kStampOrigin, kStampOrigin});
+        shadow->setColor(kBlack);
+        shadow->setFlipY(true);
+        shadow->setOffsetPosition({kStampOrigin + kShadowOffset, kStampOrigin + kShadowOffset});
+    }
+
+    // Returns whether the text differs from the one before.
+    bool setString(const std::string& string) {
+        const bool changed = text->string() != string;
+        text->setString(string);
+        shadow->setString(string);
+        return changed;
+    }
+
+    // A label with no text takes no room, whatever its bitmap's line height.
+    engine::Size measure() const {
+        return text->string().empty() ? engine::Size{} : text->contentSize();
+    }
+
+    void place(engine::Point offset) {
+        text->setOffsetPosition(offset);
+        text->resetByOffsetPosition();
+        shadow->setOffsetPosition({offset.x + kShadowOffset, offset.y + kShadowOffset});
+        shadow->resetByOffsetPosition();
+    }
+
+    void draw(std::uint8_t opacity, std::uint8_t shadowOpacity) {
+        if (text->string().empty()) {
+            return;
+        }
+        shadow->setOpacity(shadowOpacity);
+        shadow->visit();
+        text->setOpacity(opacity);
+        text->visit();
+    }
+
+    // A glyph stands at many places: each use moves its quad there.
+    void drawAt(engine::Point offset, std::uint8_t opacity, std::uint8_t shadowOpacity) {
+        shadow->setOpacity(shadowOpacity);
+        shadow->setOffsetPosition({offset.x + kShadowOffset, offset.y + kShadowOffset});
+        shadow->resetByOffsetPosition();
+        shadow->visit();
+        text->setOpacity(opacity);
+        text->setOffsetPosition(offset);
+        text->resetByOffsetPosition();
+        text->visit();
+    }
+};
+
+}  // namespace
+
+struct LineDrawer::Surface {
+    engine::CCRenderTexture renderTexture{kStampTextureSize, kStampTextureSize};
+    LabelPair time;
+    LabelPair staticBlock;
+    LabelPair coordinates;
+    LabelPair compassTail;
+    std::vector<LabelPair> glyphs;  // "0" to "9", then ":"
+
+    Surface(const std::string& fontName, float fontSize, engine::Color3B fill)
+        : time("", fontName, fontSize, fill),
+          staticBlock("", fontName, fontSize, fill),
+          coordinates("", fontName, fontSize, fill),
+          compassTail("", fontName, fontSize, fill) {
+        // RGB (1,1,1) at alpha 0 premultiplies to all zeros: a transparent texture.
+        renderTexture.clear(0.0f, 0.0f, 0.0f, 0.0f);
+        glyphs.reserve(kGlyphCount);
+        for (std::size_t i = 0; i < kGlyphCount; ++i) {
+            const std::string glyph = i < 10 ? std::string(1, static_cast<char>('0' + i)) : ":";
+            glyphs.emplace_back(glyph, fontName, fontSize, fill);
+        }
+    }
+
+    template <typename F>
+    void forEachTextLabel(F&& f) {
+        for (LabelPair* pair : {&time, &staticBlock, &coordinates, &compassTail}) {
+            f(*pair);
+        }
+    }
+
+    // The texts and glyphs, the labels that carry colour and outline.
+    template <typename F>
+    void forEachInkLabel(F&& f) {
+        forEachTextLabel([&](LabelPair& pair) { f(*pair.text); });
+        for (LabelPair& glyph : glyphs) {
+            f(*glyph.text);
+        }
+    }
+
+    template <typename F>
+    void forEachLabel(F&& f) {
+        forEachTextLabel([&](LabelPair& pair) {
+            f(*pair.text);
+            f(*pair.shadow);
+        });
+        for (LabelPair& glyph : glyphs) {
+            f(*glyph.text);
+            f(*glyph.shadow);
+        }
+    }
+};
+
+void LineDrawer::SurfaceDeleter::operator()(Surface* surface) const {
+    delete surface;
+}
+
+LineDrawer::~LineDrawer() {
+    std::lock_guard lock(_drawMutex);
+    if (_surface && _context) {
+        // GL names go with the context that made them.
+        _context->makeCurrent();
+    }
+    _surface.reset();
+}
+
+void LineDrawer::setGLContext(platform::GLContext* context) {
+    std::lock_guard lock(_drawMutex);
+    if (_surface || context == nullptr) {
+        return;
+    }
+    _context = context;
+    if (!makeContextCurrent()) {
+        _context = nullptr;
+        return;
+    }
+    const auto& settings = _store.lineDrawer;
+    const std::string fontName = settings.getDefaultFont().value_or(kFallbackFontName);
+    const float size =
+        stampFontSize(settings.getCameraModeIndex(), settings.getDefaultFontSizeLevel(),
+                      _cache.getCurrentVideoResolution());
+    _fontSize.store(size, std::memory_order_relaxed);
+    _textDistance.store(textDistanceForMode(settings.readTextDistanceMode(), size),
+                        std::memory_order_relaxed);
+    _surface.reset(new Surface(fontName, size, color3B(settings.getDefaultFontColor())));
+    if (_cache.isUseTextStroke()) {
+        const engine::Color3B stroke = color3B(_cache.getStrokeColor());
+        _surface->forEachInkLabel([&](engine::CCLabelTTF& label) {
+            label.enableStrokeWithColor(stroke, kStrokeSize, true);
+        });
+    }
+}
+
+bool LineDrawer::makeContextCurrent() {
+    if (_context->makeCurrent()) {
+        _contextFailureLogged = false;
+        return true;
+    }
+    if (!_contextFailureLogged) {
+        foundation::log("The stamp's GL context cannot be made current; the stamp stays as it was");
+        _contextFailureLogged = true;
+    }
+    return false;
+}
+
+void LineDrawer::updateTime() {
+    if (!foundation::isAppActive()) {
+        return;
+    }
+    std::lock_guard lock(_drawMutex);
+    updateTimeLocked();
+}
+
+void LineDrawer::updateTimeLocked() {
+    if (_surface && !makeContextCurrent()) {
+        return;
+    }
+    updateTimeCurrent();
+}
+
+void LineDrawer::updateTimeCurrent() {
+    composeStrings(_strings);
+    if (_surface) {
+        applyLabelChanges();
+        placeLabels();
+    }
+}
+
+void LineDrawer::placeLabels() {
+    Surface& s = *_surface;
+    bool textsChanged = s.time.setString(_strings.time);
+    textsChanged |= s.coordinates.setString(_strings.blocks.coordinateBlock);
+    s.compassTail.setString(_strings.compassTail);
+    textsChanged |= s.staticBlock.setString(_strings.blocks.staticBlock);
+
+    _measures.time = s.time.measure();
+    _measures.coordinates = s.coordinates.measure();
+    _measures.compassTail = s.compassTail.measure();
+    _measures.staticBlock = s.staticBlock.measure();
+    for (std::size_t i = 0; i < kGlyphCount; ++i) {
+        _measures.glyphs[i] = s.glyphs[i].text->contentSize();
+    }
+    StampLayoutInput input;
+    input.fraction = _strings.fraction;
+    input.compassShown = _strings.compassShown;
+    input.compassDegree = _strings.compassDegree;
+    input.stopWatchShown = _strings.stopWatchShown;
+    input.stopWatch = _strings.stopWatch;
+    input.hAlignment = engine::CCTexture2D::hAligment();
+    input.timeBelow = _state.timeBelow();
+    layoutStamp(input, _measures, _layout);
+
+    s.time.place(_layout.time);
+    s.coordinates.place(_layout.coordinates);
+    s.compassTail.place(_layout.compassTail);
+    s.staticBlock.place(_layout.staticBlock);
+
+    StampLook look;
+    look.fraction = _strings.fraction;
+    look.compassDegree = _strings.compassShown ? _strings.compassDegree : -1;
+    look.stopWatchShown = _strings.stopWatchShown;
+    look.hAlignment = input.hAlignment;
+    look.timeBelow = input.timeBelow;
+    look.backgroundAlpha = _cache.getBackgroundAlpha();
+    look.textAlpha = _cache.getTextAlpha();
+    look.backgroundColor = _cache.getBackgroundColor();
+    if (_redraw.needsDraw(textsChanged, look) || _drawPending) {
+        drawLocked();
+    }
+}
+
+void LineDrawer::draw() {
+    std::lock_guard lock(_drawMutex);
+    if (!_surface) {
+        return;
+    }
+    if (!foundation::isAppActive()) {
+        _drawPending = true;
+        return;
+    }
+    if (makeContextCurrent()) {
+        drawLocked();
+    }
+}
+
+void LineDrawer::drawLocked() {
+    Surface& s = *_surface;
+    // The plate: the background colour at its alpha, premultiplied as the texture holds it.
+    const foundation::Color plate = _cache.getBackgroundColor();
+    const float plateAlpha = unitClamped(_cache.getBackgroundAlpha());
+    s.renderTexture.clear(static_cast<float>(plate.red) * plateAlpha,
+                          static_cast<float>(plate.green) * plateAlpha,
+                          static_cast<float>(plate.blue) * plateAlpha, plateAlpha);
+    s.renderTexture.begin();
+    const int alpha = static_cast<int>(unitClamped(_cache.getTextAlpha()) * 255);
+    const auto opacity = static_cast<std::uint8_t>(alpha);
+    const auto shadowOpacity = static_cast<std::uint8_t>(alpha / 2);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+
+    auto drawRun = [&](const auto& run) {
+        for (int i = 0; i < run.length; ++i) {
+            const auto at = static_cast<std::size_t>(i);
+            s.glyphs[static_cast<std::size_t>(run.index[at])].drawAt(run.offset[at], opacity,
+                                                                     shadowOpacity);
+        }
+    };
+    s.time.draw(opacity, shadowOpacity);
+    drawRun(_layout.fraction);
+    s.coordinates.draw(opacity, shadowOpacity);
+    drawRun(_layout.compass);
+    s.compassTail.draw(opacity, shadowOpacity);
+    drawRun(_layout.stopWatch);
+    s.staticBlock.draw(opacity, shadowOpacity);
+
+    glDisable(GL_BLEND);
+    s.renderTexture.end();
+    _drawPending = false;
+    _drawCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+GLuint LineDrawer::textureName() const {
+    std::lock_guard lock(_drawMutex);
+    return _surface ? _surface->renderTexture.textureName() : 0;
+}
+
+engine::Size LineDrawer::textSize() const {
+    std::lock_guard lock(_drawMutex);
+    return _layout.textSize();
+}
+
+StampLayout LineDrawer::layout() const {
+    std::lock_guard lock(_drawMutex);
+    return _layout;
+}
+
+std::uint64_t LineDrawer::rasterizations() const {
+    std::lock_guard lock(_drawMutex);
+    std::uint64_t total = 0;
+    if (_surface) {
+        _surface->forEachLabel(
+            [&](const engine::CCLabelTTF& label) { total += label.rasterizations(); });
+    }
+    return total;
+}
+
+void LineDrawer::setFont(const std::optional<std::string>& font,
+                         const std::optional<foundation::Color>& color, float size) {
+    std::lock_guard lock(_drawMutex);
+    if (font) {
+        _changes.fontName = *font;
+    }
+    if (color) {
+        _changes.fill = color3B(*color);
+    }
+    if (size > 0) {
+        _changes.fontSize = size;
+        _fontSize.store(size, std::memory_order_relaxed);
+    }
+    refreshLocked();
+}
+
+void LineDrawer::setStroke(bool enabled, const foundation::Color& color) {
+    std::lock_guard lock(_drawMutex);
+    _changes.stroke = enabled ? std::optional<engine::Color3B>(color3B(color)) : std::nullopt;
+    _changes.strokeChanged = true;
+    refreshLocked();
+}
+
+void LineDrawer::resetText() {
+    std::lock_guard lock(_drawMutex);
+    _changes.rasterizeTexts = true;
+    refreshLocked();
+}
+
+void LineDrawer::refreshLocked() {
+    // A tick applies the changes and draws; without the context at hand (inactive, or current on
+    // the thread that renders frames) the next frame's tick does.
+    if (foundation::isAppActive() && (!_surface || _context->makeCurrent())) {
+        updateTimeCurrent();
+    }
+}
+
+void LineDrawer::applyLabelChanges() {
+    LabelChanges& c = _changes;
+    if (!c.any()) {
+        return;
+    }
+    Surface& s = *_surface;
+    if (c.fontName) {
+        s.forEachLabel([&](engine::CCLabelTTF& label) { label.setFontName(*c.fontName); });
+    }
+    if (c.fill) {
+        s.forEachInkLabel(
+            [&](engine::CCLabelTTF& label) { label.setFontFillColor(*c.fill, true); });
+    }
+    if (c.fontSize > 0) {
+        s.forEachLabel([&](engine::CCLabelTTF& label) { label.setFontSize(c.fontSize); });
+    }
+    if (c.strokeChanged) {
+        s.forEachInkLabel([&](engine::CCLabelTTF& label) {
+            if (c.stroke) {
+                label.enableStrokeWithColor(*c.stroke, kStrokeSize, true);
+            } else {
+                label.disableStrokeAndUpdateImage(true);
+            }
+        });
+    }
+    if (c.rasterizeTexts) {
+        // The glyphs are single characters: alignment does not touch them.
+        s.forEachTextLabel([](LabelPair& pair) {
+            pair.text->updateTexture();
+            pair.shadow->updateTexture();
+        });
+    }
+    if (c.clearTexture) {
+        s.renderTexture.clear(0.0f, 0.0f, 0.0f, 0.0f);
+    }
+    // Font, colour and outline are beyond the redraw test's sight: draw whatever it says. A clear
+    // alone waits for the next draw, as the pen wants.
+    _drawPending = _drawPending || c.fontName || c.fill || c.fontSize > 0 || c.strokeChanged ||
+                   c.rasterizeTexts;
+    c = {};
+}
+
+void LineDrawer::setColor(const foundation::Color& color) {
+    std::lock_guard lock(_drawMutex);
+    _pen.setColor(color);
+}
+
+void LineDrawer::clearPen() {
+    std::lock_guard lock(_drawMutex);
+    _pen.clear();
+    if (!_surface) {
+        return;
+    }
+    _changes.clearTexture = true;
+    if (foundation::isAppActive() && _context->makeCurrent()) {
+        applyLabelChanges();
+    }
+}
+
+void LineDrawer::touchbegin(engine::Point point) {
+    std::lock_guard lock(_drawMutex);
+    _pen.touchbegin(point);
+}
+
+void LineDrawer::touchmove(engine::Point point) {
+    std::lock_guard lock(_drawMutex);
+    _pen.touchmove(point);
+}
+
+void LineDrawer::touchup(engine::Point point) {
+    std::lock_guard lock(_drawMutex);
+    _pen.touchup(point);
+}
+
+void LineDrawer::startNewLineFrom(engine::Point point, float size) {
+    std::lock_guard lock(_drawMutex);
+    _pen.startNewLineFrom(point, size);
+}
+
+void LineDrawer::addPoint(engine::Point point, float size) {
+    std::lock_guard lock(_drawMutex);
+    _pen.addPoint(point, size);
+}
+
+void LineDrawer::endLineAt(engine::Point point, float size) {
+    std::lock_guard lock(_drawMutex);
+    _pen.endLineAt(point, size);
+}
+
+std::vector<LinePoint> LineDrawer::calculateSmoothLinePoints() {
+    std::lock_guard lock(_drawMutex);
+    return _pen.calculateSmoothLinePoints();
+}
+
+std::vector<LinePoint> LineDrawer::penPoints() const {
+    std::lock_guard lock(_drawMutex);
+    return _pen.points();
+}
+
+}  // namespace orvane::stamp
