@@ -31,6 +31,7 @@
 #include "stamp/coordinate_formats.h"
 #include "stamp/lunar.h"
 #include "stamp/pen_stroke.h"
+#include "stamp/stamp_damage.h"
 #include "stamp/stamp_layout.h"
 #include "stamp/stamp_state.h"
 #include "stamp/stamp_text.h"
@@ -113,6 +114,8 @@ class LineDrawer {
     // For tests and benchmarks: how often the texture was drawn, the rasterisations of every
     // label so far, and the layout of the last tick.
     std::uint64_t drawCount() const { return _drawCount.load(std::memory_order_relaxed); }
+    // The part of the texture the last draw renewed, in texture pixels (row 0 the top).
+    PixelRect lastDrawRect() const;
     std::uint64_t rasterizations() const;
     StampLayout layout() const;
 
@@ -225,7 +228,9 @@ class LineDrawer {
     // The tick with the context current (or no surface at all).
     void updateTimeCurrent() REQUIRES(_drawMutex);
     void applyLabelChanges() REQUIRES(_drawMutex);
-    void drawLocked() REQUIRES(_drawMutex);
+    // Draws the damaged part of the stamp texture again; counts the draw even when nothing of it
+    // needs renewing.
+    void drawLocked(const PixelRect& damage) REQUIRES(_drawMutex);
     // The setters' tail: a tick that applies the changes and draws, now when the context can be
     // made current here, else at the next frame's tick.
     void refreshLocked() REQUIRES(_drawMutex);
@@ -265,6 +270,11 @@ class LineDrawer {
     StampMeasures _measures GUARDED_BY(_drawMutex);
     StampLayout _layout GUARDED_BY(_drawMutex);
     StampRedrawTest _redraw GUARDED_BY(_drawMutex);
+    // What the texture shows: the layout and look of the last draw, and the part it renewed.
+    StampLayout _drawnLayout GUARDED_BY(_drawMutex);
+    StampLook _drawnLook GUARDED_BY(_drawMutex);
+    bool _drawnOnce GUARDED_BY(_drawMutex) = false;
+    PixelRect _lastDrawRect GUARDED_BY(_drawMutex);
     LabelChanges _changes GUARDED_BY(_drawMutex);
     // A draw the tick owes: the labels changed in ways the redraw test does not see, or a draw
     // was asked for while the application was inactive.

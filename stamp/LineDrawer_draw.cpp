@@ -232,7 +232,7 @@ void LineDrawer::placeLabels() {
     Surface& s = *_surface;
     bool textsChanged = s.time.setString(_strings.time);
     textsChanged |= s.coordinates.setString(_strings.blocks.coordinateBlock);
-    s.compassTail.setString(_strings.compassTail);
+    const bool tailChanged = s.compassTail.setString(_strings.compassTail);
     textsChanged |= s.staticBlock.setString(_strings.blocks.staticBlock);
 
     _measures.time = s.time.measure();
@@ -266,8 +266,19 @@ void LineDrawer::placeLabels() {
     look.backgroundAlpha = _cache.getBackgroundAlpha();
     look.textAlpha = _cache.getTextAlpha();
     look.backgroundColor = _cache.getBackgroundColor();
+    // The compass tail's text is a label too, though the redraw test reads its degree.
+    const bool labelsChanged =
+        textsChanged || tailChanged ||
+        !(look.hAlignment == _drawnLook.hAlignment && look.timeBelow == _drawnLook.timeBelow &&
+          look.backgroundAlpha == _drawnLook.backgroundAlpha &&
+          look.textAlpha == _drawnLook.textAlpha &&
+          look.backgroundColor == _drawnLook.backgroundColor);
     if (_redraw.needsDraw(textsChanged, look) || _drawPending) {
-        drawLocked();
+        const bool whole = _drawPending || !_drawnOnce;
+        _drawnLook = look;
+        _drawnLook.fraction = {};  // the view would outlive this tick's text
+        drawLocked(whole ? wholeStamp()
+                         : stampDamage(_drawnLayout, _layout, _measures, labelsChanged));
     }
 }
 
@@ -281,19 +292,32 @@ void LineDrawer::draw() {
         return;
     }
     if (makeContextCurrent()) {
-        drawLocked();
+        drawLocked(wholeStamp());
     }
 }
 
-void LineDrawer::drawLocked() {
+void LineDrawer::drawLocked(const PixelRect& damage) {
     Surface& s = *_surface;
+    _drawPending = false;
+    _drawCount.fetch_add(1, std::memory_order_relaxed);
+    _drawnLayout = _layout;
+    _drawnOnce = true;
+    _lastDrawRect = damage;
+    if (damage.empty()) {
+        return;
+    }
+    // Only the damaged part is cleared and drawn again; every label is drawn, clipped to it, so
+    // whatever overlaps the changed glyphs comes back as it was.
+    s.renderTexture.begin();
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(damage.x, damage.y, damage.width, damage.height);
     // The plate: the background colour at its alpha, premultiplied as the texture holds it.
     const foundation::Color plate = _cache.getBackgroundColor();
     const float plateAlpha = unitClamped(_cache.getBackgroundAlpha());
-    s.renderTexture.clear(static_cast<float>(plate.red) * plateAlpha,
-                          static_cast<float>(plate.green) * plateAlpha,
-                          static_cast<float>(plate.blue) * plateAlpha, plateAlpha);
-    s.renderTexture.begin();
+    glClearColor(static_cast<float>(plate.red) * plateAlpha,
+                 static_cast<float>(plate.green) * plateAlpha,
+                 static_cast<float>(plate.blue) * plateAlpha, plateAlpha);
+    glClear(GL_COLOR_BUFFER_BIT);
     const int alpha = static_cast<int>(unitClamped(_cache.getTextAlpha()) * 255);
     const auto opacity = static_cast<std::uint8_t>(alpha);
     const auto shadowOpacity = static_cast<std::uint8_t>(alpha / 2);
@@ -316,9 +340,13 @@ void LineDrawer::drawLocked() {
     s.staticBlock.draw(opacity, shadowOpacity);
 
     glDisable(GL_BLEND);
+    glDisable(GL_SCISSOR_TEST);
     s.renderTexture.end();
-    _drawPending = false;
-    _drawCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+PixelRect LineDrawer::lastDrawRect() const {
+    std::lock_guard lock(_drawMutex);
+    return _lastDrawRect;
 }
 
 GLuint LineDrawer::textureName() const {
@@ -417,6 +445,8 @@ void LineDrawer::applyLabelChanges() {
     }
     if (c.clearTexture) {
         s.renderTexture.clear(0.0f, 0.0f, 0.0f, 0.0f);
+        // Nothing of the last draw is left: the next one renews the whole texture.
+        _drawnOnce = false;
     }
     // Font, colour and outline are beyond the redraw test's sight: draw whatever it says. A clear
     // alone waits for the next draw, as the pen wants.

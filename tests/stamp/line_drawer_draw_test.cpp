@@ -150,6 +150,24 @@ TEST_F(LineDrawerDrawTest, FractionRowDrawsEveryTickWithoutRasterising) {
     EXPECT_NEAR(layout.fraction.offset[0].y, layout.time.y, 4.0f);
 }
 
+TEST_F(LineDrawerDrawTest, FractionDrawsRenewOnlyTheDigitsAndMatchAWholeDraw) {
+    makeDrawer(kHundredthsRow);
+    tick();
+    const engine::Size block = drawer->textSize();
+    for (int frame = 0; frame < 5; ++frame) {
+        clock.advance(0.07);
+        ASSERT_TRUE(tick().drew);
+        const PixelRect renewed = drawer->lastDrawRect();
+        // Only the digits' corner of the block, not the block.
+        EXPECT_GT(renewed.width * renewed.height, 0);
+        EXPECT_LT(renewed.width * renewed.height, block.width * block.height / 4);
+    }
+    const auto partial = pixels();
+    drawer->draw();
+    EXPECT_EQ(drawer->lastDrawRect(), wholeStamp());
+    EXPECT_EQ(pixels(), partial);
+}
+
 TEST_F(LineDrawerDrawTest, CompassDegreeAndStopWatchDrawWithoutRasterising) {
     std::atomic<double> radians{0.10};  // 6 degrees
     auto& layer = makeDrawer(kNoTime);
