@@ -579,35 +579,67 @@ bool ZephrinOpenGLView::blendTextBlock(const OverlayPlan& plan, platform::PixelB
     }
     const std::uint64_t draws = _lineDrawer->drawCount();
     if (draws != _stampDraws || texels != _stampTexelRect) {
-        // Read the stamp's texels through the offscreen framebuffer, then give it back its
-        // output texture.
-        const std::size_t bytes = static_cast<std::size_t>(texels[2]) * texels[3] * 4;
-        if (_stampTexels.size() < bytes) {
-            _stampTexels.resize(bytes);
+        // After one draw over the same rectangle only what that draw renewed is read again.
+        std::array<int, 4> read = texels;
+        if (draws == _stampDraws + 1 && texels == _stampTexelRect) {
+            const stamp::PixelRect renewed = _lineDrawer->lastDrawRect();
+            const int x0 = std::max(renewed.x, texels[0]);
+            const int y0 = std::max(renewed.y, texels[1]);
+            const int x1 = std::min(renewed.x + renewed.width, texels[0] + texels[2]);
+            const int y1 = std::min(renewed.y + renewed.height, texels[1] + texels[3]);
+            read = {x0, y0, std::max(0, x1 - x0), std::max(0, y1 - y0)};
         }
-        glBindFramebuffer(GL_FRAMEBUFFER, _offscreenBufferHandle.get());
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D,
-                               _lineDrawer->textureName(), 0);
-        glPixelStorei(GL_PACK_ALIGNMENT, 4);
-        glReadPixels(texels[0], texels[1], texels[2], texels[3], GL_RGBA, GL_UNSIGNED_BYTE,
-                     _stampTexels.data());
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D,
-                               _outputTexture->name(), 0);
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        if (glGetError() != GL_NO_ERROR) {
-            foundation::log("The stamp could not be read back.");
+        if (!readStampTexels(texels, read)) {
             _stampDraws = ~std::uint64_t{0};
             return false;
         }
         _stampDraws = draws;
         _stampTexelRect = texels;
-        _stats.readPixels = static_cast<std::int64_t>(texels[2]) * texels[3];
+        _stats.readPixels = static_cast<std::int64_t>(read[2]) * read[3];
     }
     // The blend reads texel (u, v) at (v - top) * stride + (u - left).
     const std::uint8_t* base =
         _stampTexels.data() - (static_cast<std::ptrdiff_t>(texels[1]) * texels[2] + texels[0]) * 4;
     blendStamp(output, base, texels[2], *map, clip);
     _stats.shadedRects = 1;
+    return true;
+}
+
+bool ZephrinOpenGLView::readStampTexels(const std::array<int, 4>& texels,
+                                        const std::array<int, 4>& read) {
+    const std::size_t bytes = static_cast<std::size_t>(texels[2]) * texels[3] * 4;
+    if (_stampTexels.size() < bytes) {
+        _stampTexels.resize(bytes);
+    }
+    if (read[2] <= 0 || read[3] <= 0) {
+        return true;
+    }
+    const std::size_t readBytes = static_cast<std::size_t>(read[2]) * read[3] * 4;
+    if (_stampScratch.size() < readBytes) {
+        _stampScratch.resize(readBytes);
+    }
+    // The stamp's texture goes on the offscreen framebuffer for the read, then the output
+    // texture comes back.
+    glBindFramebuffer(GL_FRAMEBUFFER, _offscreenBufferHandle.get());
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D,
+                           _lineDrawer->textureName(), 0);
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glReadPixels(read[0], read[1], read[2], read[3], GL_RGBA, GL_UNSIGNED_BYTE,
+                 _stampScratch.data());
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D,
+                           _outputTexture->name(), 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    if (glGetError() != GL_NO_ERROR) {
+        foundation::log("The stamp could not be read back.");
+        return false;
+    }
+    const std::size_t row = static_cast<std::size_t>(read[2]) * 4;
+    for (int y = 0; y < read[3]; ++y) {
+        const std::size_t at = (static_cast<std::size_t>(read[1] - texels[1] + y) * texels[2] +
+                                static_cast<std::size_t>(read[0] - texels[0])) *
+                               4;
+        std::memcpy(_stampTexels.data() + at, _stampScratch.data() + y * row, row);
+    }
     return true;
 }
 

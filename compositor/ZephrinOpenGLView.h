@@ -195,6 +195,8 @@ class ZephrinOpenGLView {
     // The text block blended on the CPU over a copied frame; false when the stamp cannot be read.
     bool blendTextBlock(const OverlayPlan& plan, platform::PixelBuffer& output, int width,
                         int height);
+    // Reads `read`, a part of the texel rectangle `texels`, into the kept copy of the stamp.
+    bool readStampTexels(const std::array<int, 4>& texels, const std::array<int, 4>& read);
 
     screen::SettingsStore& _store;
     screen::SettingsCache& _cache;
@@ -245,6 +247,7 @@ class ZephrinOpenGLView {
 
     // The stamp's texels as last read back, and which draw and rectangle they are of.
     std::vector<std::uint8_t> _stampTexels;
+    std::vector<std::uint8_t> _stampScratch;
     std::uint64_t _stampDraws = ~std::uint64_t{0};
     std::array<int, 4> _stampTexelRect{};
 

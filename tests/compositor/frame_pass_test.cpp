@@ -167,6 +167,26 @@ TEST_F(FramePassTest, CopiedAndShadedCameraRoadsAgree) {
     }
 }
 
+TEST_F(FramePassTest, ARunningFractionKeepsTheCopiedRoadExact) {
+    const auto source = sceneBuffer(640, 360);
+    auto& v = makeView(52, 2);  // HH:mm:ss.SS, top right
+    render(v, source);
+    const engine::Size block = v.lineDrawer()->textSize();
+    auto output = makeBuffer(640, 360);
+    std::int64_t fewest = 640 * 360;
+    for (int frame = 0; frame < 4; ++frame) {
+        clock.advance(0.04);
+        ASSERT_EQ(v.displayAndRenderPixelBuffer(source, output, true), 0);
+        fewest = std::min(fewest, v.lastFrameStats().readPixels);
+    }
+    // Within a second only the renewed digits travel back from GL.
+    EXPECT_LT(fewest, block.width * block.height / 3);
+    v.setCopyShortcutEnabled(false);
+    auto shaded = makeBuffer(640, 360);
+    ASSERT_EQ(v.displayAndRenderPixelBuffer(source, shaded, true), 0);
+    EXPECT_EQ(differingPixels(*output, *shaded, 1), 0u);
+}
+
 TEST_F(FramePassTest, TheStampLiesOnlyInItsBlock) {
     const auto source = solidBuffer(640, 360, 0xff204060);
     auto& v = makeView(19, 0);
