@@ -61,42 +61,24 @@ bool hasWord(const char* list, std::string_view word) {
     return false;
 }
 
-// EGL keeps one initialisation per display, not one per user: eglTerminate ends it for every
-// context on the display at once. Contexts of the same platform share a display handle, so the
-// process counts its users and terminates only when the last context goes. Terminating at all
-// (rather than never) lets Mesa join its worker threads and free the driver, which keeps leak
-// checkers quiet; it is safe because no context of ours is left on the display by then. The
-// count, eglInitialize and eglTerminate share one mutex so that a context made on one thread
-// never races the last one going on another.
+// EGL keeps one initialisation per display, not one per user, and eglTerminate ends it for every
+// context on the display at once. The displays are therefore never terminated: with Mesa,
+// terminating unloads the DRI driver, whose own caches are then lost (a small leak per cycle that
+// LeakSanitizer reports from the unloaded module), and the next context pays for loading the
+// driver and starting llvmpipe's threads again. A process that draws keeps GL for its lifetime,
+// so the display stays initialised until exit. Initialising an initialised display does nothing;
+// the mutex only keeps two first contexts from initialising one display at once.
 std::mutex displayMutex;
-std::map<EGLDisplay, int> displayUsers;
 
-bool acquireDisplay(EGLDisplay display, std::string& problem) {
+bool initializeDisplay(EGLDisplay display, std::string& problem) {
     std::lock_guard lock(displayMutex);
-    int& users = displayUsers[display];
-    if (users == 0) {
-        EGLint major = 0;
-        EGLint minor = 0;
-        if (eglInitialize(display, &major, &minor) != EGL_TRUE) {
-            problem = failure("eglInitialize");
-            displayUsers.erase(display);
-            return false;
-        }
+    EGLint major = 0;
+    EGLint minor = 0;
+    if (eglInitialize(display, &major, &minor) != EGL_TRUE) {
+        problem = failure("eglInitialize");
+        return false;
     }
-    ++users;
     return true;
-}
-
-void releaseDisplay(EGLDisplay display) {
-    std::lock_guard lock(displayMutex);
-    const auto found = displayUsers.find(display);
-    if (found == displayUsers.end()) {
-        return;
-    }
-    if (--found->second == 0) {
-        displayUsers.erase(found);
-        eglTerminate(display);
-    }
 }
 
 struct Display {
@@ -199,9 +181,6 @@ struct EglContext::State {
                 eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
             }
             eglDestroyContext(display, context);
-        }
-        if (display != EGL_NO_DISPLAY) {
-            releaseDisplay(display);
         }
     }
 };
@@ -310,7 +289,7 @@ std::unique_ptr<GLContext> EglContext::create(Platform which, std::string& probl
     }
 
     auto state = std::make_unique<State>();
-    if (!acquireDisplay(display->display, problem)) {
+    if (!initializeDisplay(display->display, problem)) {
         return nullptr;
     }
     state->display = display->display;
