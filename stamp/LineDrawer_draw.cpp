@@ -324,20 +324,29 @@ void LineDrawer::drawLocked(const PixelRect& damage) {
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
 
-    auto drawRun = [&](const auto& run) {
-        for (int i = 0; i < run.length; ++i) {
-            const auto at = static_cast<std::size_t>(i);
-            s.glyphs[static_cast<std::size_t>(run.index[at])].drawAt(run.offset[at], opacity,
-                                                                     shadowOpacity);
+    // What lies wholly outside the damage would be clipped away: it is not drawn at all, which
+    // spares the rasteriser a draw's setting up.
+    const auto drawLabel = [&](LabelPair& pair, engine::Point offset, engine::Size size) {
+        if (intersects(stampItemPixels(offset, size), damage)) {
+            pair.draw(opacity, shadowOpacity);
         }
     };
-    s.time.draw(opacity, shadowOpacity);
+    const auto drawRun = [&](const auto& run) {
+        for (int i = 0; i < run.length; ++i) {
+            const auto at = static_cast<std::size_t>(i);
+            const auto glyph = static_cast<std::size_t>(run.index[at]);
+            if (intersects(stampItemPixels(run.offset[at], _measures.glyphs[glyph]), damage)) {
+                s.glyphs[glyph].drawAt(run.offset[at], opacity, shadowOpacity);
+            }
+        }
+    };
+    drawLabel(s.time, _layout.time, _measures.time);
     drawRun(_layout.fraction);
-    s.coordinates.draw(opacity, shadowOpacity);
+    drawLabel(s.coordinates, _layout.coordinates, _measures.coordinates);
     drawRun(_layout.compass);
-    s.compassTail.draw(opacity, shadowOpacity);
+    drawLabel(s.compassTail, _layout.compassTail, _measures.compassTail);
     drawRun(_layout.stopWatch);
-    s.staticBlock.draw(opacity, shadowOpacity);
+    drawLabel(s.staticBlock, _layout.staticBlock, _measures.staticBlock);
 
     glDisable(GL_BLEND);
     glDisable(GL_SCISSOR_TEST);

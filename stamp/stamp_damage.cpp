@@ -8,9 +8,10 @@ namespace {
 
 constexpr int kSide = 1280;
 
-// The pixels an item at `offset` of `size` (offset units) covers, with its shadow; whole pixels
-// outward, so linear filtering's edge falls inside.
-PixelRect itemPixels(engine::Point offset, engine::Size size) {
+}  // namespace
+
+// Whole pixels outward, so linear filtering's edge falls inside.
+PixelRect stampItemPixels(engine::Point offset, engine::Size size) {
     if (size.width <= 0 || size.height <= 0) {
         return {};
     }
@@ -24,13 +25,21 @@ PixelRect itemPixels(engine::Point offset, engine::Size size) {
             static_cast<int>(std::ceil(bottom)) + 1 - y};
 }
 
+bool intersects(const PixelRect& a, const PixelRect& b) {
+    return !a.empty() && !b.empty() && a.x < b.x + b.width && b.x < a.x + a.width &&
+           a.y < b.y + b.height && b.y < a.y + a.height;
+}
+
+namespace {
+
 template <std::size_t N>
 PixelRect runPixels(const GlyphRun<N>& run, const StampMeasures& measures) {
     PixelRect rect;
     for (int i = 0; i < run.length; ++i) {
         const auto at = static_cast<std::size_t>(i);
-        rect = unite(rect, itemPixels(run.offset[at],
-                                      measures.glyphs[static_cast<std::size_t>(run.index[at])]));
+        rect =
+            unite(rect, stampItemPixels(run.offset[at],
+                                        measures.glyphs[static_cast<std::size_t>(run.index[at])]));
     }
     return rect;
 }
@@ -104,8 +113,8 @@ PixelRect stampDamage(const StampLayout& drawn, const StampLayout& now,
     rect = unite(rect, runDamage(drawn.compass, now.compass, measures));
     rect = unite(rect, runDamage(drawn.stopWatch, now.stopWatch, measures));
     if (drawn.compassTail != now.compassTail) {
-        rect = unite(rect, itemPixels(drawn.compassTail, measures.compassTail));
-        rect = unite(rect, itemPixels(now.compassTail, measures.compassTail));
+        rect = unite(rect, stampItemPixels(drawn.compassTail, measures.compassTail));
+        rect = unite(rect, stampItemPixels(now.compassTail, measures.compassTail));
     }
     return clipToSquare(rect);
 }

@@ -21,6 +21,13 @@ struct PixelRect {
 // The smallest rectangle holding both, an empty one counting for nothing.
 PixelRect unite(const PixelRect& a, const PixelRect& b);
 
+// The pixels an item at `offset` of `size` (offset units) covers with its shadow, a pixel of
+// margin all round.
+PixelRect stampItemPixels(engine::Point offset, engine::Size size);
+
+// Whether two rectangles share a pixel.
+bool intersects(const PixelRect& a, const PixelRect& b);
+
 // The whole square of the texture.
 PixelRect wholeStamp();
 
