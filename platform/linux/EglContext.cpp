@@ -332,6 +332,11 @@ EglContext::EglContext(std::unique_ptr<State> state) : _state(std::move(state)) 
 EglContext::~EglContext() = default;
 
 bool EglContext::makeCurrent() {
+    // Making the current context current again is not free: drivers flush on every call. The
+    // frame path asks several times a frame.
+    if (eglGetCurrentContext() == _state->context && eglQueryAPI() == EGL_OPENGL_ES_API) {
+        return true;
+    }
     // The client API is per thread; ES is the default, but a thread may have bound another.
     eglBindAPI(EGL_OPENGL_ES_API);
     return eglMakeCurrent(_state->display, EGL_NO_SURFACE, EGL_NO_SURFACE, _state->context) ==
