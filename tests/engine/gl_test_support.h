@@ -21,6 +21,16 @@
 
 namespace orvane::testing {
 
+#if defined(__SANITIZE_THREAD__)
+// llvmpipe rasterises on worker threads that synchronise through Mesa's own futex primitives,
+// which ThreadSanitizer cannot see in the uninstrumented driver, so it reports races wholly
+// inside Mesa. Without the workers, every thread in the program is one of ours and every report
+// is about our own use of GL. Set before the first context; an explicit setting wins.
+[[maybe_unused]] inline const bool llvmpipeWithoutWorkers = [] {
+    return setenv("LP_NUM_THREADS", "0", 0) == 0;
+}();
+#endif
+
 struct SharedGLContext {
     std::unique_ptr<platform::GLContext> context;
     std::string problem;

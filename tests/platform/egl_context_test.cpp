@@ -4,6 +4,8 @@
 
 #include <GLES2/gl2.h>
 
+#include <stdlib.h>
+
 #include <array>
 #include <cstdint>
 #include <thread>
@@ -12,6 +14,14 @@
 
 namespace orvane::platform {
 namespace {
+
+#if defined(__SANITIZE_THREAD__)
+// ThreadSanitizer cannot see how llvmpipe's workers synchronise inside the uninstrumented
+// driver; without them, every thread is one of ours (see tests/engine/gl_test_support.h).
+[[maybe_unused]] const bool llvmpipeWithoutWorkers = [] {
+    return setenv("LP_NUM_THREADS", "0", 0) == 0;
+}();
+#endif
 
 using Platform = EglContext::Platform;
 
