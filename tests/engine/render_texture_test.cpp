@@ -8,7 +8,6 @@
 namespace orvane::engine {
 namespace {
 
-using testing::pixelAt;
 using testing::Rgba;
 
 class RenderTextureTest : public testing::GLTest {};
@@ -114,23 +113,6 @@ TEST_F(RenderTextureTest, BeginAndEndBracketTheDrawing) {
     EXPECT_EQ(bound, 0);
     EXPECT_TRUE(everyPixelIs(inner.readPixels(), {255, 0, 0, 255}));
     EXPECT_TRUE(everyPixelIs(outer.readPixels(), {0, 0, 255, 255}));
-}
-
-TEST_F(RenderTextureTest, ReadPixelsGivesRowZeroFirst) {
-    CCRenderTexture texture(4, 3);
-    texture.begin();
-    glEnable(GL_SCISSOR_TEST);
-    glScissor(0, 0, 4, 1);  // framebuffer y 0 is row 0
-    glClearColor(1, 1, 0, 1);
-    glClear(GL_COLOR_BUFFER_BIT);
-    glDisable(GL_SCISSOR_TEST);
-    texture.end();
-    const auto pixels = texture.readPixels();
-    const Rgba top = pixelAt(pixels, 4, 2, 0);
-    const Rgba below = pixelAt(pixels, 4, 2, 1);
-    EXPECT_EQ(top.r, 255);
-    EXPECT_EQ(top.g, 255);
-    EXPECT_EQ(below.a, 0);
 }
 
 }  // namespace

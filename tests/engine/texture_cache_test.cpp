@@ -87,10 +87,6 @@ class TextureCacheTest : public testing::GLTest {
     std::unique_ptr<testing::LogCapture> _log;
 };
 
-TEST_F(TextureCacheTest, ImagesLiveInTheDataDirectory) {
-    EXPECT_EQ(CCTextureCache::imagesDirectory(), (_root / "images").string());
-}
-
 TEST_F(TextureCacheTest, LoadsOnceWithOrWithoutTheSuffixAsPremultipliedRgbaRows) {
     // Row 0: opaque red, half-transparent green; row 1: transparent, opaque blue.
     writePng(images() / "dot.png", 2, 2, {0xFFFF0000, 0x80008000, 0x00000000, 0xFF0000FF});
