@@ -130,6 +130,32 @@ TEST_F(OrvaneBinaryTest, FormatsRefusesBadArguments) {
     }
 }
 
+TEST_F(OrvaneBinaryTest, FrameWritesAStampedPicture) {
+    const fs::path picture = folder / "frame.png";
+    const auto result = run("frame --synthetic 320x180 --position 4 --orientation 1 --out '" +
+                            picture.string() + "' --time 2024-02-10T12:00:00Z");
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, picture.string() + "\n");
+    const std::string png = readFile(picture);
+    ASSERT_GT(png.size(), 8u);
+    EXPECT_EQ(png.substr(1, 3), "PNG");
+}
+
+TEST_F(OrvaneBinaryTest, FrameRefusesBadArgumentsAndWritesNothing) {
+    const fs::path picture = folder / "frame.png";
+    for (const std::string& arguments : std::vector<std::string>{
+             "frame", "frame --synthetic 0x10", "frame --synthetic wide", "frame --orientation 5",
+             "frame --position 6", "frame --margin 4", "frame --gl vulkan",
+             "frame --lat 95 --lon 0", "frame --in '" + (folder / "missing.png").string() + "'"}) {
+        const auto result =
+            run(arguments +
+                (arguments == "frame" ? std::string() : " --out '" + picture.string() + "'"));
+        EXPECT_NE(result.status, 0) << arguments;
+        EXPECT_NE(result.err, "") << arguments;
+        EXPECT_FALSE(fs::exists(picture)) << arguments;
+    }
+}
+
 TEST_F(OrvaneBinaryTest, LunarPrintsTheFieldsOfADate) {
     const auto result = run("lunar 2024-02-10", "LC_ALL=C LANGUAGE=");
     ASSERT_EQ(result.status, 0) << result.err;
