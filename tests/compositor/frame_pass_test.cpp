@@ -23,23 +23,6 @@ namespace {
 // 2024-02-10 04:00:00.950 UTC.
 constexpr double kInstant = 1707537600.95;
 
-// The test program's one context, lent to each view: GL objects of the scene engine's shared
-// programs live on one context at a time.
-class BorrowedContext : public platform::GLContext {
-  public:
-    explicit BorrowedContext(platform::GLContext& context) : _context(context) {}
-    bool makeCurrent() override { return _context.makeCurrent(); }
-    void doneCurrent() override {}
-    int majorVersion() const override { return _context.majorVersion(); }
-    const std::string& renderer() const override { return _context.renderer(); }
-    bool hasExtension(const std::string& name) const override {
-        return _context.hasExtension(name);
-    }
-
-  private:
-    platform::GLContext& _context;
-};
-
 platform::PixelBufferRef makeBuffer(int width, int height) {
     auto made = platform::PixelBuffer::create(width, height);
     EXPECT_TRUE(made.buffer);
@@ -115,7 +98,7 @@ class FramePassTest : public testing::GLTest {
         screen::StampLayerStartValues stampStart;
         stampStart.timeFormatIndex = timeRow;
         auto makeContext = [this](std::string&) -> std::unique_ptr<platform::GLContext> {
-            return std::make_unique<BorrowedContext>(context());
+            return std::make_unique<testing::BorrowedGLContext>(context());
         };
         auto makeDrawer = [this, stampStart] {
             return std::make_unique<stamp::LineDrawer>(store, cache, stampStart, state,

@@ -30,21 +30,6 @@ std::filesystem::path goldenPath(const std::string& name) {
     return std::filesystem::path(__FILE__).parent_path() / "golden" / (name + ".png");
 }
 
-class Borrowed : public platform::GLContext {
-  public:
-    explicit Borrowed(platform::GLContext& context) : _context(context) {}
-    bool makeCurrent() override { return _context.makeCurrent(); }
-    void doneCurrent() override {}
-    int majorVersion() const override { return _context.majorVersion(); }
-    const std::string& renderer() const override { return _context.renderer(); }
-    bool hasExtension(const std::string& name) const override {
-        return _context.hasExtension(name);
-    }
-
-  private:
-    platform::GLContext& _context;
-};
-
 struct Case {
     const char* name;
     int orientation;
@@ -111,7 +96,7 @@ class GoldenFrameTest : public testing::GLTest, public ::testing::WithParamInter
         ZephrinOpenGLView view(
             store, viewStart,
             [this](std::string&) -> std::unique_ptr<platform::GLContext> {
-                return std::make_unique<Borrowed>(context());
+                return std::make_unique<testing::BorrowedGLContext>(context());
             },
             makeDrawer);
         view.setDimensions(kWidth, kHeight, 0);

@@ -47,6 +47,23 @@ inline SharedGLContext& sharedGLContext() {
     return shared;
 }
 
+// The test program's context lent to an owner that wants one of its own (a view): the scene
+// engine's shared programs and textures live on one context at a time.
+class BorrowedGLContext : public platform::GLContext {
+  public:
+    explicit BorrowedGLContext(platform::GLContext& context) : _context(context) {}
+    bool makeCurrent() override { return _context.makeCurrent(); }
+    void doneCurrent() override {}
+    int majorVersion() const override { return _context.majorVersion(); }
+    const std::string& renderer() const override { return _context.renderer(); }
+    bool hasExtension(const std::string& name) const override {
+        return _context.hasExtension(name);
+    }
+
+  private:
+    platform::GLContext& _context;
+};
+
 class GLTest : public ::testing::Test {
   protected:
     void SetUp() override {
