@@ -22,20 +22,37 @@ using testing::nmeaLine;
 using testing::RecordingDelegate;
 using testing::TemporaryFile;
 
-// A port that was free a moment ago, from the kernel.
+// A port that is free now, below the kernel's ephemeral range: a port the kernel handed out
+// could be handed again to another test's connection running alongside before gpsd binds it.
 int freePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+    const int start = 20000 + static_cast<int>(::getpid() % 10000);
+    for (int offset = 0; offset < 10000; ++offset) {
+        const int port = 20000 + (start - 20000 + offset) % 10000;
+        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        const bool bound = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
         ::close(fd);
-        return -1;
+        if (bound) {
+            return port;
+        }
     }
-    ::close(fd);
-    return ntohs(address.sin_port);
+    return -1;
+}
+
+// Ends gpsfake and its gpsd: politely, then for sure, so a stuck child cannot hang the test.
+void endProcessGroup(pid_t child) {
+    ::kill(-child, SIGTERM);
+    for (int waited = 0; waited < 50; ++waited) {
+        if (::waitpid(child, nullptr, WNOHANG) == child) {
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    ::kill(-child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
 }
 
 TEST(GpsdSource, FixesFromGpsfake) {
@@ -77,7 +94,7 @@ TEST(GpsdSource, FixesFromGpsfake) {
     manager->setDelegate(&delegate);
     // gpsfake starts its gpsd in its own time: try to connect until it listens.
     std::optional<foundation::Error> error;
-    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while ((error = manager->startUpdatingLocation()) &&
            std::chrono::steady_clock::now() < giveUp) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -86,8 +103,7 @@ TEST(GpsdSource, FixesFromGpsfake) {
     const bool arrived = !error && delegate.waitForFixes(3);
     manager->stopUpdatingLocation();
     queue->sync([] {});
-    ::kill(-child, SIGTERM);
-    ::waitpid(child, nullptr, 0);
+    endProcessGroup(child);
 
     ASSERT_TRUE(arrived) << "no fixes from gpsd";
     // gpsd's first report of a session may come before it has seen a speed.
