@@ -58,20 +58,6 @@ std::array<int, 4> clipToFrame(double x, double y, double w, double h, int width
     return {x0, y0, std::max(0, x1 - x0), std::max(0, y1 - y0)};
 }
 
-void copyPixels(const platform::PixelBuffer& source, platform::PixelBuffer& output) {
-    platform::PixelBufferReadLock in(source);
-    platform::PixelBufferWriteLock out(output);
-    const std::size_t row = static_cast<std::size_t>(source.width()) * 4;
-    if (source.bytesPerRow() == output.bytesPerRow()) {
-        std::memcpy(out.data(), in.data(), source.dataSize());
-        return;
-    }
-    for (int y = 0; y < source.height(); ++y) {
-        std::memcpy(out.data() + y * output.bytesPerRow(), in.data() + y * source.bytesPerRow(),
-                    row);
-    }
-}
-
 }  // namespace
 
 ZephrinOpenGLView::ZephrinOpenGLView(screen::SettingsStore& store,
@@ -469,8 +455,7 @@ std::int32_t ZephrinOpenGLView::displayAndRenderPixelBuffer(const platform::Pixe
     const bool textOnly = copyCamera && !plan.drawMap && !plan.drawCompass && !plan.drawWatermark &&
                           _presenter == nullptr;
     if (textOnly) {
-        copyPixels(*source, *output);
-        const bool blended = blendTextBlock(plan, *output, width, height);
+        const bool blended = copyAndBlendTextBlock(plan, *source, *output, width, height);
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
         _stats.copiedCamera = true;
         return blended ? 0 : kFramePassParameterError;
@@ -542,15 +527,21 @@ std::int32_t ZephrinOpenGLView::displayAndRenderPixelBuffer(const platform::Pixe
     return 0;
 }
 
-bool ZephrinOpenGLView::blendTextBlock(const OverlayPlan& plan, platform::PixelBuffer& output,
-                                       int width, int height) {
+bool ZephrinOpenGLView::copyAndBlendTextBlock(const OverlayPlan& plan,
+                                              const platform::PixelBuffer& source,
+                                              platform::PixelBuffer& output, int width,
+                                              int height) {
+    const auto copyOnly = [&](bool result) {
+        copyPixels(source, output);
+        return result;
+    };
     if (!_lineDrawer) {
-        return true;
+        return copyOnly(true);
     }
     const auto map =
         texelMapForQuad(getStampQuadVertices(), {plan.text[0], plan.text[1]}, kStampTextureSize);
     if (!map) {
-        return true;
+        return copyOnly(true);
     }
     // The pixels the block may touch: the scissor, or the whole square without one.
     std::array<int, 4> clip;
@@ -567,7 +558,7 @@ bool ZephrinOpenGLView::blendTextBlock(const OverlayPlan& plan, platform::PixelB
         return PointI{dx * map->uStep.x + dy * map->uStep.y, dx * map->vStep.x + dy * map->vStep.y};
     };
     if (clip[2] <= 0 || clip[3] <= 0) {
-        return true;
+        return copyOnly(true);
     }
     const PointI a = texelOf(clip[0], clip[1]);
     const PointI b = texelOf(clip[0] + clip[2] - 1, clip[1] + clip[3] - 1);
@@ -575,7 +566,7 @@ bool ZephrinOpenGLView::blendTextBlock(const OverlayPlan& plan, platform::PixelB
                                     std::abs(a.y - b.y) + 1};
     if (texels[0] < 0 || texels[1] < 0 || texels[0] + texels[2] > kStampTextureSize ||
         texels[1] + texels[3] > kStampTextureSize) {
-        return true;
+        return copyOnly(true);
     }
     const std::uint64_t draws = _lineDrawer->drawCount();
     if (draws != _stampDraws || texels != _stampTexelRect) {
@@ -591,7 +582,7 @@ bool ZephrinOpenGLView::blendTextBlock(const OverlayPlan& plan, platform::PixelB
         }
         if (!readStampTexels(texels, read)) {
             _stampDraws = ~std::uint64_t{0};
-            return false;
+            return copyOnly(false);
         }
         _stampDraws = draws;
         _stampTexelRect = texels;
@@ -600,7 +591,7 @@ bool ZephrinOpenGLView::blendTextBlock(const OverlayPlan& plan, platform::PixelB
     // The blend reads texel (u, v) at (v - top) * stride + (u - left).
     const std::uint8_t* base =
         _stampTexels.data() - (static_cast<std::ptrdiff_t>(texels[1]) * texels[2] + texels[0]) * 4;
-    blendStamp(output, base, texels[2], *map, clip);
+    copyAndBlendStamp(source, output, base, texels[2], *map, clip);
     _stats.shadedRects = 1;
     return true;
 }

@@ -192,9 +192,10 @@ class ZephrinOpenGLView {
     void drawOverlays(const OverlayPlan& plan);
     void drawOverlay(GLuint texture, const std::array<float, 8>& quad);
     void drawCompass(const OverlayPlan& plan, const std::array<float, 8>& quad);
-    // The text block blended on the CPU over a copied frame; false when the stamp cannot be read.
-    bool blendTextBlock(const OverlayPlan& plan, platform::PixelBuffer& output, int width,
-                        int height);
+    // The source copied into the output with the text block blended over it on the CPU; false
+    // when the stamp cannot be read (the output then holds the plain copy).
+    bool copyAndBlendTextBlock(const OverlayPlan& plan, const platform::PixelBuffer& source,
+                               platform::PixelBuffer& output, int width, int height);
     // Reads `read`, a part of the texel rectangle `texels`, into the kept copy of the stamp.
     bool readStampTexels(const std::array<int, 4>& texels, const std::array<int, 4>& read);
 

@@ -32,4 +32,13 @@ std::optional<TexelMap> texelMapForQuad(const std::array<float, 8>& quad, PointI
 void blendStamp(platform::PixelBuffer& frame, const std::uint8_t* texels, int stride,
                 const TexelMap& map, const std::array<int, 4>& clip);
 
+// The same over a copy of `source` (same size as `frame`): each row of the clip is blended right
+// after it is copied, while it is still in the cache, so the block's rows cross memory once.
+void copyAndBlendStamp(const platform::PixelBuffer& source, platform::PixelBuffer& frame,
+                       const std::uint8_t* texels, int stride, const TexelMap& map,
+                       const std::array<int, 4>& clip);
+
+// The source's pixels into `frame` (same size), row by row where the strides differ.
+void copyPixels(const platform::PixelBuffer& source, platform::PixelBuffer& frame);
+
 }  // namespace orvane::compositor
