@@ -365,32 +365,27 @@ struct KeptFormat {
     }
 };
 
-// The fraction digits are drawn from glyphs of 0 to 9, so they are written in Latin digits
-// whatever the locale's own.
-icu::Locale latinDigits(const icu::Locale& locale) {
-    icu::Locale latin(locale);
-    UErrorCode status = U_ZERO_ERROR;
-    latin.setKeywordValue("numbers", "latn", status);
-    return U_SUCCESS(status) ? latin : locale;
-}
-
 }  // namespace
 
 struct LiveTimeFormatter::Impl {
     DateSettings settings;
     icu::Locale locale;
-    icu::Locale fractionLocale;
     std::unique_ptr<icu::TimeZone> zone;  // made on the first tick after a change
     double zoneCheckedAt = 0;             // instant of the last look at the system zone
     int row = 0;                          // the row the kept formatters are for
     std::optional<KeptFormat> text;       // nothing when ICU refused the row
-    std::optional<KeptFormat> fraction;   // rows 46 to 55 only
+    // The fraction's digits, rows 46 to 55 only. They are drawn from glyphs of 0 to 9, so they
+    // are Latin digits whatever the locale, and are written here without ICU: they change on
+    // every frame.
+    int fractionDigits = 0;
     icu::UnicodeString buffer;
+    // The text changes at most once a second: it is formatted again only for a new second.
+    std::optional<UDate> textSecond;
+    std::string textOfSecond;
 
     void apply(DateSettings newSettings) {
         settings = std::move(newSettings);
         locale = localeOf(settings);
-        fractionLocale = latinDigits(locale);
         zone.reset();
         row = 0;
     }
@@ -420,11 +415,12 @@ struct LiveTimeFormatter::Impl {
             return;
         }
         row = newRow;
-        fraction.reset();
+        textSecond.reset();
+        fractionDigits = 0;
         text = KeptFormat::make(rowText(row, DateFormatter::Use::LiveStamp),
                                 row >= kFirstCapitalRow, locale, *zone);
         if (const auto split = fractionPatternOfRow(row); split && text) {
-            fraction = KeptFormat::make(split->fraction, false, fractionLocale, *zone);
+            fractionDigits = static_cast<int>(split->fraction.size());
         }
     }
 };
@@ -456,11 +452,25 @@ void LiveTimeFormatter::format(int row, double timeIntervalSince1970, LiveTime& 
     if (!d.text) {
         return;
     }
-    d.text->formatInto(*date, d.buffer);
-    d.buffer.toUTF8String(out.text);
-    if (d.fraction) {
-        d.fraction->formatInto(*date, d.buffer);
-        d.buffer.toUTF8String(out.fraction);
+    // ICU milliseconds split into the whole second and the milliseconds in it, below zero too.
+    const UDate millis = *date;
+    const UDate second = std::floor(millis / 1000.0) * 1000.0;
+    if (d.textSecond != second) {
+        d.text->formatInto(second, d.buffer);
+        d.textOfSecond.clear();
+        d.buffer.toUTF8String(d.textOfSecond);
+        d.textSecond = second;
+    }
+    out.text = d.textOfSecond;
+    if (d.fractionDigits > 0) {
+        // "S", "SS", "SSS": the leading digits of the milliseconds, truncated.
+        int value = static_cast<int>(millis - second);
+        char digits[3];
+        for (int i = 2; i >= 0; --i) {
+            digits[i] = static_cast<char>('0' + value % 10);
+            value /= 10;
+        }
+        out.fraction.assign(digits, static_cast<std::size_t>(std::min(d.fractionDigits, 3)));
     }
 }
 

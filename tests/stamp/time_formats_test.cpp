@@ -178,6 +178,8 @@ TEST(LiveTimeFormatterTest, SplitRowsGiveTextAndFractionDigits) {
         const char* fraction;
     } cases[] = {
         {46, kInstant, "02/10/2024 12:00:00.", "950"},
+        {46, kInstant + 0.04, "02/10/2024 12:00:00.", "990"},  // the same second's text
+        {46, kInstant + 0.06, "02/10/2024 12:00:01.", "010"},  // the next second's
         {48, kInstant, "02/10/2024 12:00:00.", "9"},
         {52, kInstant, "12:00:00.", "95"},
         {55, kInstant, "Sat, Feb 10 2024, 12:00:00.", "9"},
