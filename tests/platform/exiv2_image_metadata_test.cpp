@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -44,17 +43,6 @@ Bytes encodedJpeg() {
     return jpeg;
 }
 
-Bytes decoded(const Bytes& jpeg) {
-    tjhandle handle = tjInitDecompress();
-    Bytes pixels(kWidth * kHeight * 3);
-    const int failed = tjDecompress2(handle, jpeg.data(), jpeg.size(), pixels.data(), kWidth, 0,
-                                     kHeight, TJPF_RGB, 0);
-    tjDestroy(handle);
-    if (failed)
-        pixels.clear();
-    return pixels;
-}
-
 // The compressed picture: everything from the start-of-scan marker on.
 Bytes scanBytes(const Bytes& jpeg) {
     static const std::uint8_t kStartOfScan[] = {0xFF, 0xDA};
@@ -85,27 +73,19 @@ Bytes cameraJpeg() {
     return Bytes(data.pData_, data.pData_ + data.size_);
 }
 
+// Collects the log lines written while it lives; the writer logs on the calling thread.
 class LogLines {
   public:
     LogLines() {
-        foundation::setLogSink([this](const std::string& line) {
-            std::lock_guard lock(_mutex);
-            _lines.push_back(line);
-        });
+        foundation::setLogSink([this](const std::string& line) { _lines.push_back(line); });
     }
     ~LogLines() { foundation::setLogSink({}); }
-    bool contains(const std::string& line) {
-        std::lock_guard lock(_mutex);
-        return std::find(_lines.begin(), _lines.end(), line) != _lines.end();
-    }
-    bool startsWith(const std::string& start) {
-        std::lock_guard lock(_mutex);
+    bool startsWith(const std::string& start) const {
         return std::any_of(_lines.begin(), _lines.end(),
                            [&](const std::string& line) { return line.starts_with(start); });
     }
 
   private:
-    std::mutex _mutex;
     std::vector<std::string> _lines;
 };
 
@@ -127,37 +107,33 @@ double degrees(const Exiv2::ExifData& exif, const char* key) {
 }
 
 ImageProperties fullProperties() {
-    ImageProperties properties;
-    properties.values[std::string(kCGImagePropertyOrientation)] = std::int64_t{6};
-    auto& exif = properties.dictionaries[std::string(kCGImagePropertyExifDictionary)];
-    exif[std::string(kCGImagePropertyExifDateTimeOriginal)] = std::string("2026:03:15 05:10:05");
-    exif[std::string(kCGImagePropertyExifDateTimeDigitized)] = std::string("2026:03:15 05:10:06");
-    exif[std::string(kCGImagePropertyExifUserComment)] = std::string("Bridge 7");
-    exif[std::string(kCGImagePropertyExifDigitalZoomRatio)] = 2.5f;
-    auto& tiff = properties.dictionaries[std::string(kCGImagePropertyTIFFDictionary)];
-    tiff[std::string(kCGImagePropertyTIFFDateTime)] = std::string("2026:03:15 05:10:05");
-    tiff[std::string(kCGImagePropertyTIFFSoftware)] = std::string("Orvane");
-    tiff[std::string(kCGImagePropertyTIFFImageDescription)] = std::string("Bridge 7");
-    auto& gps = properties.dictionaries[std::string(kCGImagePropertyGPSDictionary)];
-    gps[std::string(kCGImagePropertyGPSTimeStamp)] = std::string("23:40:05.123456");
-    gps[std::string(kCGImagePropertyGPSLatitudeRef)] = std::string("S");
-    gps[std::string(kCGImagePropertyGPSLatitude)] = 33.8567844f;
-    gps[std::string(kCGImagePropertyGPSLongitudeRef)] = std::string("W");
-    gps[std::string(kCGImagePropertyGPSLongitude)] = 151.2152967f;
-    gps[std::string(kCGImagePropertyGPSDOP)] = 4.5f;
-    gps[std::string(kCGImagePropertyGPSHPositioningError)] = 4.5f;
-    gps[std::string(kCGImagePropertyGPSAltitude)] = 12.5f;
-    gps[std::string(kCGImagePropertyGPSAltitudeRef)] = std::int64_t{1};
-    gps[std::string(kCGImagePropertyGPSSpeedRef)] = std::string("K");
-    gps[std::string(kCGImagePropertyGPSSpeed)] = 36.0f;
-    gps[std::string(kCGImagePropertyGPSImgDirectionRef)] = std::string("T");
-    gps[std::string(kCGImagePropertyGPSImgDirection)] = 270.25f;
-    gps[std::string(kCGImagePropertyGPSDestBearingRef)] = std::string("T");
-    gps[std::string(kCGImagePropertyGPSDestBearing)] = 270.25f;
-    properties.dictionaries[std::string(kCGImagePropertyIPTCDictionary)]
-                           [std::string(kCGImagePropertyIPTCKeywords)] =
-        StringArray{"crack", "wall", "桥梁"};
-    return properties;
+    using V = PropertyValue;
+    ImageProperties p;
+    p.values["Orientation"] = std::int64_t{6};
+    p.dictionaries["{Exif}"] = {{"DateTimeOriginal", V("2026:03:15 05:10:05")},
+                                {"DateTimeDigitized", V("2026:03:15 05:10:06")},
+                                {"UserComment", V("Bridge 7")},
+                                {"DigitalZoomRatio", 2.5f}};
+    p.dictionaries["{TIFF}"] = {{"DateTime", V("2026:03:15 05:10:05")},
+                                {"Software", V("Orvane")},
+                                {"ImageDescription", V("Bridge 7")}};
+    p.dictionaries["{GPS}"] = {{"TimeStamp", V("23:40:05.123456")},
+                               {"LatitudeRef", V("S")},
+                               {"Latitude", 33.8567844f},
+                               {"LongitudeRef", V("W")},
+                               {"Longitude", 151.2152967f},
+                               {"DOP", 4.5f},
+                               {"HPositioningError", 4.5f},
+                               {"Altitude", 12.5f},
+                               {"AltitudeRef", std::int64_t{1}},
+                               {"SpeedRef", V("K")},
+                               {"Speed", 36.0f},
+                               {"ImgDirectionRef", V("T")},
+                               {"ImgDirection", 270.25f},
+                               {"DestBearingRef", V("T")},
+                               {"DestBearing", 270.25f}};
+    p.dictionaries["{IPTC}"] = {{"Keywords", StringArray{"crack", "wall", "桥梁"}}};
+    return p;
 }
 
 TEST(Exiv2ImageMetadata, WritesEveryTagAndKeepsTheCamerasOwn) {
@@ -211,20 +187,16 @@ TEST(Exiv2ImageMetadata, WritesEveryTagAndKeepsTheCamerasOwn) {
 
     // The compressed picture is copied, not encoded again.
     EXPECT_EQ(scanBytes(written), scanBytes(original));
-    EXPECT_EQ(decoded(written), decoded(original));
 }
 
 TEST(Exiv2ImageMetadata, RewritingReplacesInsteadOfAdding) {
     Exiv2ImageMetadataWriter writer;
     ImageProperties first;
-    first.dictionaries[std::string(kCGImagePropertyIPTCDictionary)]
-                      [std::string(kCGImagePropertyIPTCKeywords)] = StringArray{"a", "b"};
-    first.dictionaries[std::string(kCGImagePropertyExifDictionary)]
-                      [std::string(kCGImagePropertyExifUserComment)] = std::string("旅行 日记");
+    first.dictionaries["{IPTC}"]["Keywords"] = StringArray{"a", "b"};
+    first.dictionaries["{Exif}"]["UserComment"] = std::string("旅行 日记");
     const Bytes once = writer.writeMetadataIntoImageData(encodedJpeg(), first);
     ImageProperties second;
-    second.dictionaries[std::string(kCGImagePropertyIPTCDictionary)]
-                       [std::string(kCGImagePropertyIPTCKeywords)] = StringArray{"c"};
+    second.dictionaries["{IPTC}"]["Keywords"] = StringArray{"c"};
     const Bytes twice = writer.writeMetadataIntoImageData(once, second);
     ASSERT_FALSE(twice.empty());
 
@@ -246,11 +218,10 @@ TEST(Exiv2ImageMetadata, RewritingReplacesInsteadOfAdding) {
 TEST(Exiv2ImageMetadata, AnUnknownKeyIsLeftOutAndTheRestWritten) {
     LogLines log;
     ImageProperties properties;
-    auto& exif = properties.dictionaries[std::string(kCGImagePropertyExifDictionary)];
+    auto& exif = properties.dictionaries["{Exif}"];
     exif["NoSuchTag"] = std::string("x");
-    exif[std::string(kCGImagePropertyExifDigitalZoomRatio)] = std::string("not a number");
-    properties.dictionaries[std::string(kCGImagePropertyTIFFDictionary)]
-                           [std::string(kCGImagePropertyTIFFSoftware)] = std::string("Orvane");
+    exif["DigitalZoomRatio"] = std::string("not a number");
+    properties.dictionaries["{TIFF}"]["Software"] = std::string("Orvane");
     const Bytes written =
         Exiv2ImageMetadataWriter().writeMetadataIntoImageData(encodedJpeg(), properties);
     ASSERT_FALSE(written.empty());
@@ -259,7 +230,7 @@ TEST(Exiv2ImageMetadata, AnUnknownKeyIsLeftOutAndTheRestWritten) {
     EXPECT_EQ(image->exifData().findKey(Exiv2::ExifKey("Exif.Photo.DigitalZoomRatio")),
               image->exifData().end());
     EXPECT_TRUE(log.startsWith("Image metadata: Exif.Photo.NoSuchTag is not a known tag"));
-    EXPECT_TRUE(log.contains(
+    EXPECT_TRUE(log.startsWith(
         "Image metadata: Exif.Photo.DigitalZoomRatio has a value that does not fit it; left out"));
 }
 
@@ -284,7 +255,7 @@ TEST(Exiv2ImageMetadata, BadDataGivesNothingAndSaysWhy) {
     for (const auto& row : rows) {
         LogLines log;
         EXPECT_TRUE(writer.writeMetadataIntoImageData(row.data, properties).empty()) << row.name;
-        EXPECT_TRUE(log.contains(row.line)) << row.name;
+        EXPECT_TRUE(log.startsWith(row.line)) << row.name;
     }
 }
 
