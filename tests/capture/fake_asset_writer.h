@@ -1,8 +1,9 @@
 // A movie writer for the recorder's tests: it records every call, and a script tells it to
 // refuse settings or inputs, to fail at the start, on an append or at the finish, to report its
-// inputs not ready, or to hold an append or the finish until the test lets it go.
+// inputs not ready, or to hold an append or the preparation until the test lets it go.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -14,165 +15,141 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/DispatchQueue.h"
-#include "foundation/Error.h"
 #include "platform/AssetWriter.h"
 
 namespace orvane::capture::testing {
-
-// What the next writers do. Flags read on the recorder's threads are atomic.
-struct FakeWriterScript {
-    std::optional<foundation::Error> makeWriterError;  // the factory refuses with this error
-    bool refuseVideoSettings = false;
-    bool refuseAudioSettings = false;
-    bool refuseAddInput = false;
-    bool failStartWriting = false;
-    bool failFinish = false;
-    std::atomic<bool> inputsReady{true};
-    std::atomic<bool> failAppends{false};
-    // Called inside an append, and inside makeWriter, on the recorder's threads: a test holds
-    // the writing queue or the preparation there.
-    std::function<void()> duringAppend;
-    std::function<void()> duringMakeWriter;
-    std::function<void()> duringFinish;
-};
 
 inline foundation::Error fakeWriterError(const std::string& description) {
     return {"FakeWriter", -42, description, "scripted"};
 }
 
-struct AppendedSample {
-    platform::CMMediaType mediaType;
-    platform::MediaTime time;
+// What the writers do. Set before recording, except the atomics.
+struct FakeWriterScript {
+    std::optional<foundation::Error> makeWriterError;  // the factory refuses with this error
+    bool refuseVideoSettings = false, refuseAudioSettings = false, refuseAddInput = false;
+    bool failStartWriting = false, failFinish = false;
+    std::atomic<bool> inputsReady{true}, failAppends{false};
+    std::function<void()> duringAppend, duringMakeWriter;  // run inside those calls
 };
 
-// Everything the writers of one factory were asked, safe to read from the test's thread.
+// Everything the writers of one factory were asked, kept under one mutex.
 class FakeWriterRecord {
   public:
-    void add(std::string call) {
-        std::lock_guard lock(_mutex);
-        _calls.push_back(std::move(call));
-        _changed.notify_all();
-    }
-    std::vector<std::string> calls() const {
-        std::lock_guard lock(_mutex);
-        return _calls;
-    }
-    bool called(const std::string& call) const {
-        std::lock_guard lock(_mutex);
-        for (const auto& each : _calls) {
-            if (each == call) {
-                return true;
-            }
+    struct State {
+        std::vector<std::string> calls;
+        std::string path;
+        platform::AssetFileType fileType = platform::AssetFileType::QuickTimeMovie;
+        std::vector<platform::MetadataItem> metadata;
+        std::optional<platform::VideoOutputSettings> videoSettings;
+        std::optional<platform::AudioOutputSettings> audioSettings;
+        platform::FormatDescriptionRef videoHint, audioHint;
+        std::optional<platform::AffineTransform> videoTransform;
+        bool videoRealTime = false, audioRealTime = false;
+        std::optional<platform::MediaTime> sessionStart;
+        std::vector<std::pair<platform::CMMediaType, platform::MediaTime>> appended;
+        bool writerDestroyed = false;
+
+        bool called(const std::string& call) const {
+            return std::find(calls.begin(), calls.end(), call) != calls.end();
         }
-        return false;
-    }
+    };
 
     template <typename Change>
     void update(Change change) {
         std::lock_guard lock(_mutex);
-        change(*this);
+        change(_state);
         _changed.notify_all();
+    }
+    void add(const std::string& call) {
+        update([&](State& s) { s.calls.push_back(call); });
+    }
+    State state() const {
+        std::lock_guard lock(_mutex);
+        return _state;
     }
     // True once `condition` holds; false after a generous timeout.
     template <typename Condition>
     bool waitUntil(Condition condition) const {
         std::unique_lock lock(_mutex);
-        return _changed.wait_for(lock, std::chrono::seconds(20), [&] { return condition(*this); });
+        return _changed.wait_for(lock, std::chrono::seconds(20), [&] { return condition(_state); });
     }
-    template <typename Read>
-    auto read(Read reader) const {
-        std::lock_guard lock(_mutex);
-        return reader(*this);
-    }
-
-    // Guarded by the record's mutex: reach them through update() and read().
-    std::string path;
-    platform::AssetFileType fileType = platform::AssetFileType::QuickTimeMovie;
-    std::vector<platform::MetadataItem> metadata;
-    std::optional<platform::VideoOutputSettings> videoSettings;
-    std::optional<platform::AudioOutputSettings> audioSettings;
-    platform::FormatDescriptionRef videoHint;
-    platform::FormatDescriptionRef audioHint;
-    std::optional<platform::AffineTransform> videoTransform;
-    bool videoRealTime = false;
-    bool audioRealTime = false;
-    std::optional<platform::MediaTime> sessionStart;
-    std::vector<AppendedSample> appended;
-    bool writerDestroyed = false;
 
   private:
     mutable std::mutex _mutex;
     mutable std::condition_variable _changed;
-    std::vector<std::string> _calls;
+    State _state;
 };
+
+using ScriptRef = std::shared_ptr<FakeWriterScript>;
+using RecordRef = std::shared_ptr<FakeWriterRecord>;
 
 class FakeWriterInput final : public platform::AssetWriterInput {
   public:
-    FakeWriterInput(platform::CMMediaType type, std::shared_ptr<FakeWriterScript> script,
-                    std::shared_ptr<FakeWriterRecord> record)
+    FakeWriterInput(platform::CMMediaType type, ScriptRef script, RecordRef record)
         : _type(type), _script(std::move(script)), _record(std::move(record)) {}
 
     platform::CMMediaType mediaType() const override { return _type; }
     void setExpectsMediaDataInRealTime(bool realTime) override {
-        const bool video = _type == platform::kCMMediaType_Video;
-        _record->update(
-            [&](FakeWriterRecord& r) { (video ? r.videoRealTime : r.audioRealTime) = realTime; });
+        _record->update([&](auto& s) {
+            (_type == platform::kCMMediaType_Video ? s.videoRealTime : s.audioRealTime) = realTime;
+        });
     }
     void setTransform(const platform::AffineTransform& transform) override {
-        _record->update([&](FakeWriterRecord& r) { r.videoTransform = transform; });
+        _record->update([&](auto& s) { s.videoTransform = transform; });
     }
-    bool isReadyForMoreMediaData() const override { return _script->inputsReady.load(); }
+    bool isReadyForMoreMediaData() const override { return _script->inputsReady; }
     bool appendSampleBuffer(const platform::SampleBufferRef& sample) override {
         if (_script->duringAppend) {
             _script->duringAppend();
         }
-        if (_script->failAppends.load()) {
+        if (_script->failAppends) {
             return false;
         }
-        _record->update([&](FakeWriterRecord& r) {
-            r.appended.push_back({_type, sample->presentationTimeStamp()});
-        });
+        _record->update(
+            [&](auto& s) { s.appended.emplace_back(_type, sample->presentationTimeStamp()); });
         return true;
     }
 
   private:
     const platform::CMMediaType _type;
-    const std::shared_ptr<FakeWriterScript> _script;
-    const std::shared_ptr<FakeWriterRecord> _record;
+    const ScriptRef _script;
+    const RecordRef _record;
 };
 
 class FakeAssetWriter final : public platform::AssetWriter {
   public:
-    FakeAssetWriter(platform::AssetFileType type, std::shared_ptr<FakeWriterScript> script,
-                    std::shared_ptr<FakeWriterRecord> record)
+    FakeAssetWriter(platform::AssetFileType type, ScriptRef script, RecordRef record)
         : _type(type), _script(std::move(script)), _record(std::move(record)) {}
     ~FakeAssetWriter() override {
-        _record->add("destroyed");
-        _record->update([](FakeWriterRecord& r) { r.writerDestroyed = true; });
+        _record->update([](auto& s) {
+            s.calls.push_back("destroyed");
+            s.writerDestroyed = true;
+        });
     }
 
     platform::AssetFileType fileType() const override { return _type; }
     void setMetadata(std::vector<platform::MetadataItem> items) override {
-        _record->update([&](FakeWriterRecord& r) { r.metadata = std::move(items); });
-        _record->add("setMetadata");
+        _record->update([&](auto& s) {
+            s.metadata = std::move(items);
+            s.calls.push_back("setMetadata");
+        });
     }
     bool canApplyVideoOutputSettings(const platform::VideoOutputSettings& settings) const override {
-        _record->update([&](FakeWriterRecord& r) { r.videoSettings = settings; });
+        _record->update([&](auto& s) { s.videoSettings = settings; });
         return !_script->refuseVideoSettings;
     }
     bool canApplyAudioOutputSettings(const platform::AudioOutputSettings& settings) const override {
-        _record->update([&](FakeWriterRecord& r) { r.audioSettings = settings; });
+        _record->update([&](auto& s) { s.audioSettings = settings; });
         return !_script->refuseAudioSettings;
     }
     std::unique_ptr<platform::AssetWriterInput> makeVideoInput(
         const platform::VideoOutputSettings&, platform::FormatDescriptionRef hint) override {
-        _record->update([&](FakeWriterRecord& r) { r.videoHint = hint; });
+        _record->update([&](auto& s) { s.videoHint = hint; });
         return std::make_unique<FakeWriterInput>(platform::kCMMediaType_Video, _script, _record);
     }
     std::unique_ptr<platform::AssetWriterInput> makeAudioInput(
         const platform::AudioOutputSettings&, platform::FormatDescriptionRef hint) override {
-        _record->update([&](FakeWriterRecord& r) { r.audioHint = hint; });
+        _record->update([&](auto& s) { s.audioHint = hint; });
         return std::make_unique<FakeWriterInput>(platform::kCMMediaType_Audio, _script, _record);
     }
     bool canAddInput(const platform::AssetWriterInput&) const override {
@@ -180,33 +157,25 @@ class FakeAssetWriter final : public platform::AssetWriter {
     }
     platform::AssetWriterInput* addInput(
         std::unique_ptr<platform::AssetWriterInput> input) override {
-        _record->add(input->mediaType() == platform::kCMMediaType_Video ? "addInput video"
-                                                                        : "addInput audio");
+        const bool video = input->mediaType() == platform::kCMMediaType_Video;
+        _record->add(video ? "addInput video" : "addInput audio");
         _inputs.push_back(std::move(input));
         return _inputs.back().get();
     }
     bool startWriting() override {
         _record->add("startWriting");
         if (_script->failStartWriting) {
-            fail("cannot open the file");
-            return false;
+            failWith("cannot open the file");
         }
-        _status = platform::AssetWriterStatus::Writing;
-        return true;
+        return !_script->failStartWriting;
     }
     void startSessionAtSourceTime(platform::MediaTime startTime) override {
-        _record->update([&](FakeWriterRecord& r) { r.sessionStart = startTime; });
+        _record->update([&](auto& s) { s.sessionStart = startTime; });
     }
     void finishWriting(std::function<void()> completion) override {
         _record->add("finishWriting");
-        if (_script->duringFinish) {
-            _script->duringFinish();
-        }
         if (_script->failFinish) {
-            fail("disk full");
-        } else {
-            std::lock_guard lock(_mutex);
-            _status = platform::AssetWriterStatus::Completed;
+            failWith("disk full");
         }
         completion();
         // Still inside the writer after the completion: the recorder must not have freed it.
@@ -214,10 +183,10 @@ class FakeAssetWriter final : public platform::AssetWriter {
     }
     platform::AssetWriterStatus status() const override {
         std::lock_guard lock(_mutex);
-        return _status;
+        return _error ? platform::AssetWriterStatus::Failed : platform::AssetWriterStatus::Writing;
     }
     std::optional<foundation::Error> error() const override {
-        if (_script->failAppends.load()) {
+        if (_script->failAppends) {
             return fakeWriterError("encoder failed");
         }
         std::lock_guard lock(_mutex);
@@ -225,34 +194,32 @@ class FakeAssetWriter final : public platform::AssetWriter {
     }
 
   private:
-    void fail(const std::string& description) {
+    void failWith(const std::string& description) {
         std::lock_guard lock(_mutex);
-        _status = platform::AssetWriterStatus::Failed;
         _error = fakeWriterError(description);
     }
 
     const platform::AssetFileType _type;
-    const std::shared_ptr<FakeWriterScript> _script;
-    const std::shared_ptr<FakeWriterRecord> _record;
+    const ScriptRef _script;
+    const RecordRef _record;
     std::vector<std::unique_ptr<platform::AssetWriterInput>> _inputs;
     mutable std::mutex _mutex;
-    platform::AssetWriterStatus _status = platform::AssetWriterStatus::Unknown;
     std::optional<foundation::Error> _error;
 };
 
 class FakeAssetWriterFactory final : public platform::AssetWriterFactory {
   public:
-    std::shared_ptr<FakeWriterScript> script = std::make_shared<FakeWriterScript>();
-    std::shared_ptr<FakeWriterRecord> record = std::make_shared<FakeWriterRecord>();
+    ScriptRef script = std::make_shared<FakeWriterScript>();
+    RecordRef record = std::make_shared<FakeWriterRecord>();
 
     std::unique_ptr<platform::AssetWriter> makeWriter(
         const std::string& path, platform::AssetFileType type,
         std::optional<foundation::Error>& error) override {
-        record->update([&](FakeWriterRecord& r) {
-            r.path = path;
-            r.fileType = type;
+        record->update([&](auto& s) {
+            s.path = path;
+            s.fileType = type;
+            s.calls.push_back("makeWriter");
         });
-        record->add("makeWriter");
         if (script->duringMakeWriter) {
             script->duringMakeWriter();
         }

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -17,11 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "capture/movie_metadata.h"
-#include "foundation/DispatchQueue.h"
 #include "foundation/exceptions.h"
 #include "foundation/log.h"
-#include "platform/PixelBuffer.h"
 #include "screen/settings_cache.h"
 #include "tests/capture/fake_asset_writer.h"
 #include "tests/foundation/dispatch_test_support.h"
@@ -34,9 +29,9 @@ using foundation::InvalidArgumentException;
 using foundation::testing::EventCounter;
 using platform::MediaTime;
 using testing::FakeAssetWriterFactory;
-using testing::FakeWriterRecord;
+using Events = std::vector<std::string>;
+using WriterState = testing::FakeWriterRecord::State;
 
-// Expects `call` to raise `Exception` with exactly `text`.
 template <typename Exception>
 void expectRaises(const std::function<void()>& call, const std::string& text) {
     try {
@@ -52,35 +47,17 @@ class LogCapture {
   public:
     LogCapture() {
         foundation::setLogSink([this](const std::string& line) {
-            std::lock_guard lock(_mutex);
-            _lines.push_back(line);
-            _changed.notify_all();
+            _lines.update([&](auto& s) { s.calls.push_back(line); });
         });
     }
     ~LogCapture() { foundation::setLogSink({}); }
-
     bool waitForLine(const std::string& line) {
-        std::unique_lock lock(_mutex);
-        return _changed.wait_for(lock, std::chrono::seconds(20), [&] { return has(line); });
+        return _lines.waitUntil([&](const WriterState& s) { return s.called(line); });
     }
-    bool contains(const std::string& line) {
-        std::lock_guard lock(_mutex);
-        return has(line);
-    }
+    bool contains(const std::string& line) const { return _lines.state().called(line); }
 
   private:
-    bool has(const std::string& line) const {
-        for (const auto& each : _lines) {
-            if (each.find(line) != std::string::npos) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    std::mutex _mutex;
-    std::condition_variable _changed;
-    std::vector<std::string> _lines;
+    testing::FakeWriterRecord _lines;  // its list of calls holds the lines
 };
 
 // Notes each delegate call and whether it came on the callback queue.
@@ -96,14 +73,14 @@ class RecordingDelegate final : public MovieRecorderDelegate {
     void recorderDidFinishRecording(MovieRecorder&) override { note("finished", {}); }
 
     // The calls so far, once there are `count` of them.
-    std::vector<std::string> waitForEvents(int count) {
+    Events waitForEvents(int count) {
         EXPECT_TRUE(_counter.waitFor(count)) << "delegate calls did not come";
         std::lock_guard lock(_mutex);
         return _events;
     }
-    std::optional<foundation::Error> error() {
+    foundation::Error error() {
         std::lock_guard lock(_mutex);
-        return _error;
+        return _error.value_or(foundation::Error{});
     }
     bool allOnQueue() {
         std::lock_guard lock(_mutex);
@@ -115,9 +92,7 @@ class RecordingDelegate final : public MovieRecorderDelegate {
         {
             std::lock_guard lock(_mutex);
             _events.push_back(event);
-            if (error) {
-                _error = error;
-            }
+            _error = error ? error : _error;
             _allOnQueue = _allOnQueue && _queue->isCurrent();
         }
         _counter.add();
@@ -125,13 +100,13 @@ class RecordingDelegate final : public MovieRecorderDelegate {
 
     const std::shared_ptr<foundation::DispatchQueue> _queue;
     std::mutex _mutex;
-    std::vector<std::string> _events;
+    Events _events;
     std::optional<foundation::Error> _error;
     bool _allOnQueue = true;
     EventCounter _counter;
 };
 
-std::shared_ptr<const platform::FormatDescription> audioFormat() {
+platform::FormatDescriptionRef audioFormat() {
     return platform::FormatDescription::createAudio(
         platform::AudioStreamBasicDescription::interleavedLinearPCM(48000, 1, 16, false),
         platform::AudioChannelLayout::mono());
@@ -140,9 +115,8 @@ std::shared_ptr<const platform::FormatDescription> audioFormat() {
 class MovieRecorderTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        auto created = platform::PixelBuffer::create(320, 240);
-        ASSERT_TRUE(created.buffer);
-        _frame = created.buffer;
+        _frame = platform::PixelBuffer::create(320, 240).buffer;
+        ASSERT_TRUE(_frame);
         videoFormat = platform::FormatDescription::createForImageBuffer(*_frame);
         std::string pattern = std::filesystem::temp_directory_path() / "orvane-recorder-XXXXXX";
         ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
@@ -152,30 +126,31 @@ class MovieRecorderTest : public ::testing::Test {
     void TearDown() override { std::filesystem::remove_all(directory); }
 
     std::shared_ptr<MovieRecorder> makeRecorder() {
-        MovieRecorderEnvironment environment;
-        environment.writerFactory = factory;
-        environment.settings = &settings;
-        environment.location = [this] {
-            if (locationThrows) {
-                throw std::runtime_error("no position service");
-            }
-            return location;
-        };
-        environment.make = "Test Vendor";
+        MovieRecorderEnvironment environment{factory, &settings,
+                                             [this] {
+                                                 if (locationThrows) {
+                                                     throw std::runtime_error("no position");
+                                                 }
+                                                 return location;
+                                             },
+                                             "Test Vendor"};
         auto recorder = MovieRecorder::create(std::move(environment));
         recorder->setDelegate(delegate, callbackQueue);
         return recorder;
     }
-
-    // A recorder with a video track (and an audio track) that has finished preparing.
-    std::shared_ptr<MovieRecorder> startRecording(bool withAudio = true) {
+    // Tracks added and preparation asked for, without waiting for it.
+    std::shared_ptr<MovieRecorder> prepareRecorder(bool withAudio) {
         auto recorder = makeRecorder();
         recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform);
         if (withAudio) {
             recorder->addAudioTrackWithSourceFormatDescription(audioFormat());
         }
         recorder->prepareToRecordToURL(url);
-        EXPECT_EQ(delegate->waitForEvents(1), std::vector<std::string>{"prepared"});
+        return recorder;
+    }
+    std::shared_ptr<MovieRecorder> startRecording(bool withAudio = true) {
+        auto recorder = prepareRecorder(withAudio);
+        EXPECT_EQ(delegate->waitForEvents(1), Events{"prepared"});
         return recorder;
     }
 
@@ -189,14 +164,14 @@ class MovieRecorderTest : public ::testing::Test {
                                                    audioFormat(), MediaTime::make(value, 48000));
     }
 
-    FakeWriterRecord& record() { return *factory->record; }
+    WriterState writer() const { return factory->record->state(); }
     // Samples posted after finishRecording are let go, so tests let their appends land first.
     bool waitForAppended(std::size_t count) {
-        return record().waitUntil(
-            [count](const FakeWriterRecord& r) { return r.appended.size() >= count; });
+        return factory->record->waitUntil(
+            [count](const WriterState& s) { return s.appended.size() >= count; });
     }
     bool waitForWriterDestroyed() {
-        return record().waitUntil([](const FakeWriterRecord& r) { return r.writerDestroyed; });
+        return factory->record->waitUntil([](const WriterState& s) { return s.writerDestroyed; });
     }
 
     std::shared_ptr<FakeAssetWriterFactory> factory = std::make_shared<FakeAssetWriterFactory>();
@@ -216,19 +191,15 @@ class MovieRecorderTest : public ::testing::Test {
     platform::PixelBufferRef _frame;
 };
 
-TEST(MovieRecorderNames, StatusTextsForLogs) {
-    const std::pair<std::int64_t, const char*> rows[] = {
-        {0, "Idle"},      {1, "PreparingToRecord"},
-        {2, "Recording"}, {3, "FinishingRecording"},
-        {4, "Finished"},  {5, "Failed"},
-        {6, "Unknown"},   {-1, "Unknown"},
-    };
-    for (const auto& [status, text] : rows) {
-        EXPECT_STREQ(MovieRecorder::_stringForStatus(status), text) << status;
+TEST(MovieRecorderNames, StatusTextsAndTheInputError) {
+    const char* names[] = {
+        "Idle",   "PreparingToRecord", "Recording", "FinishingRecording", "Finished", "Failed",
+        "Unknown"};
+    for (std::int64_t status = 0; status <= 6; ++status) {
+        EXPECT_STREQ(MovieRecorder::_stringForStatus(status), names[status]);
     }
-}
+    EXPECT_STREQ(MovieRecorder::_stringForStatus(-1), "Unknown");
 
-TEST(MovieRecorderNames, InputErrorIsZephrinCodeZeroWithBothTexts) {
     const foundation::Error error = MovieRecorder::_cannotSetupInputError();
     EXPECT_EQ(error.domain, "Zephrin");
     EXPECT_EQ(error.code, 0);
@@ -236,15 +207,18 @@ TEST(MovieRecorderNames, InputErrorIsZephrinCodeZeroWithBothTexts) {
     EXPECT_EQ(error.failureReason, "Cannot setup asset writer input.");
 }
 
-TEST_F(MovieRecorderTest, TracksAreAddedOnceEachAndOnlyWhileIdle) {
+TEST_F(MovieRecorderTest, CallsOutOfOrderRaiseWithTheirTexts) {
     auto recorder = makeRecorder();
+    expectRaises<InvalidArgumentException>([&] { recorder->setDelegate(delegate, nullptr); },
+                                           "Caller must provide a delegateCallbackQueue");
+    recorder->setDelegate({}, nullptr);  // no delegate needs no queue
+    recorder->setDelegate(delegate, callbackQueue);
     expectRaises<InvalidArgumentException>(
         [&] { recorder->addVideoTrackWithSourceFormatDescription(nullptr, transform); },
         "NULL format description");
     // A session that has not heard audio yet has no description: no track, no complaint.
     recorder->addAudioTrackWithSourceFormatDescription(nullptr);
     recorder->addAudioTrackWithSourceFormatDescription(nullptr);
-
     recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform);
     expectRaises<InternalInconsistencyException>(
         [&] { recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform); },
@@ -254,28 +228,6 @@ TEST_F(MovieRecorderTest, TracksAreAddedOnceEachAndOnlyWhileIdle) {
         [&] { recorder->addAudioTrackWithSourceFormatDescription(audioFormat()); },
         "Cannot add more than one audio track");
 
-    recorder->prepareToRecordToURL(url);
-    expectRaises<InternalInconsistencyException>(
-        [&] { recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform); },
-        "Cannot add tracks while not idle");
-    expectRaises<InternalInconsistencyException>(
-        [&] { recorder->addAudioTrackWithSourceFormatDescription(audioFormat()); },
-        "Cannot add tracks while not idle");
-    expectRaises<InternalInconsistencyException>([&] { recorder->prepareToRecordToURL(url); },
-                                                 "Already prepared, cannot prepare again");
-    delegate->waitForEvents(1);
-}
-
-TEST_F(MovieRecorderTest, ALiveDelegateNeedsACallbackQueue) {
-    auto recorder = makeRecorder();
-    expectRaises<InvalidArgumentException>([&] { recorder->setDelegate(delegate, nullptr); },
-                                           "Caller must provide a delegateCallbackQueue");
-    recorder->setDelegate({}, nullptr);
-}
-
-TEST_F(MovieRecorderTest, AppendsAndFinishBeforeRecordingRaise) {
-    auto recorder = makeRecorder();
-    recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform);
     recorder->appendVideoSampleBuffer(nullptr);  // ignored, whatever the status
     expectRaises<InternalInconsistencyException>(
         [&] { recorder->appendVideoSampleBuffer(videoSample(0)); }, "Not ready to record yet");
@@ -283,8 +235,7 @@ TEST_F(MovieRecorderTest, AppendsAndFinishBeforeRecordingRaise) {
                                                  "Not yet recording");
 
     // Hold the preparation inside the factory to see PreparingToRecord.
-    EventCounter entered;
-    EventCounter gate;
+    EventCounter entered, gate;
     factory->script->duringMakeWriter = [&] {
         entered.add();
         gate.waitFor(1);
@@ -292,17 +243,25 @@ TEST_F(MovieRecorderTest, AppendsAndFinishBeforeRecordingRaise) {
     recorder->prepareToRecordToURL(url);
     ASSERT_TRUE(entered.waitFor(1));
     EXPECT_EQ(recorder->status(), MovieRecorderStatus::PreparingToRecord);
+    expectRaises<InternalInconsistencyException>([&] { recorder->prepareToRecordToURL(url); },
+                                                 "Already prepared, cannot prepare again");
+    expectRaises<InternalInconsistencyException>(
+        [&] { recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform); },
+        "Cannot add tracks while not idle");
+    expectRaises<InternalInconsistencyException>(
+        [&] { recorder->addAudioTrackWithSourceFormatDescription(audioFormat()); },
+        "Cannot add tracks while not idle");
     expectRaises<InternalInconsistencyException>(
         [&] { recorder->appendAudioSampleBuffer(audioSample(0)); }, "Not ready to record yet");
     expectRaises<InternalInconsistencyException>([&] { recorder->finishRecording(); },
                                                  "Not yet recording");
     gate.add();
-    EXPECT_EQ(delegate->waitForEvents(1), std::vector<std::string>{"prepared"});
+    EXPECT_EQ(delegate->waitForEvents(1), Events{"prepared"});
     EXPECT_EQ(recorder->status(), MovieRecorderStatus::Recording);
 }
 
 TEST_F(MovieRecorderTest, RecordsFromPreparationToFinishedAndReleasesTheWriterLast) {
-    { std::ofstream(url) << "left over from a crash"; }
+    std::ofstream(url) << "left over from a crash";
     auto recorder = startRecording();
     EXPECT_FALSE(std::filesystem::exists(url));
     EXPECT_EQ(recorder->status(), MovieRecorderStatus::Recording);
@@ -312,60 +271,42 @@ TEST_F(MovieRecorderTest, RecordsFromPreparationToFinishedAndReleasesTheWriterLa
     recorder->appendVideoSampleBuffer(videoSample(620));
     ASSERT_TRUE(waitForAppended(3));
     recorder->finishRecording();
-    EXPECT_EQ(delegate->waitForEvents(2), (std::vector<std::string>{"prepared", "finished"}));
+    EXPECT_EQ(delegate->waitForEvents(2), (Events{"prepared", "finished"}));
     EXPECT_EQ(recorder->status(), MovieRecorderStatus::Finished);
     EXPECT_TRUE(delegate->allOnQueue());
     ASSERT_TRUE(waitForWriterDestroyed());
-
-    EXPECT_EQ(record().calls(),
-              (std::vector<std::string>{"makeWriter", "setMetadata", "addInput video",
-                                        "addInput audio", "startWriting", "finishWriting",
-                                        "finishWriting returns", "destroyed"}));
-    record().read([&](const FakeWriterRecord& r) {
-        EXPECT_EQ(r.path, url);
-        EXPECT_EQ(r.fileType, platform::AssetFileType::QuickTimeMovie);
-        EXPECT_EQ(r.sessionStart, MediaTime::make(1, 1));
-        ASSERT_EQ(r.appended.size(), 3u);
-        EXPECT_EQ(r.appended[0].mediaType, platform::kCMMediaType_Video);
-        EXPECT_EQ(r.appended[1].mediaType, platform::kCMMediaType_Audio);
-        EXPECT_EQ(r.appended[2].time, MediaTime::make(620, 600));
-        // Both inputs in real time, the video turned as the track asks, the sources as hints.
-        EXPECT_TRUE(r.videoRealTime);
-        EXPECT_TRUE(r.audioRealTime);
-        EXPECT_EQ(r.videoTransform, transform);
-        EXPECT_EQ(r.videoHint, videoFormat);
-        ASSERT_TRUE(r.audioHint);
-        EXPECT_EQ(*r.audioHint, *audioFormat());
-        // AAC, the rest taken from the hint.
-        ASSERT_TRUE(r.audioSettings);
-        EXPECT_EQ(r.audioSettings->formatID, platform::kAudioFormatMPEG4AAC);
-        EXPECT_FALSE(r.audioSettings->sampleRate || r.audioSettings->numberOfChannels ||
-                     r.audioSettings->encoderBitRatePerChannel || r.audioSettings->channelLayout);
-    });
-
     expectRaises<InternalInconsistencyException>([&] { recorder->finishRecording(); },
                                                  "Already finishing or finished recording");
+
+    const WriterState s = writer();
+    EXPECT_EQ(s.calls,
+              (Events{"makeWriter", "setMetadata", "addInput video", "addInput audio",
+                      "startWriting", "finishWriting", "finishWriting returns", "destroyed"}));
+    EXPECT_EQ(s.path, url);
+    EXPECT_EQ(s.fileType, platform::AssetFileType::QuickTimeMovie);
+    EXPECT_EQ(s.sessionStart, MediaTime::make(1, 1));
+    ASSERT_EQ(s.appended.size(), 3u);
+    EXPECT_EQ(s.appended[1].first, platform::kCMMediaType_Audio);
+    EXPECT_EQ(s.appended[2].second, MediaTime::make(620, 600));
+    // Both inputs in real time, the video turned as the track asks, the sources as hints.
+    EXPECT_TRUE(s.videoRealTime && s.audioRealTime);
+    EXPECT_EQ(s.videoTransform, transform);
+    EXPECT_EQ(s.videoHint, videoFormat);
+    ASSERT_TRUE(s.audioHint);
+    EXPECT_EQ(*s.audioHint, *audioFormat());
+    // AAC, everything else taken from the hint.
+    ASSERT_TRUE(s.audioSettings);
+    EXPECT_EQ(s.audioSettings->formatID, platform::kAudioFormatMPEG4AAC);
+    EXPECT_FALSE(s.audioSettings->sampleRate || s.audioSettings->numberOfChannels ||
+                 s.audioSettings->encoderBitRatePerChannel || s.audioSettings->channelLayout);
 }
 
-TEST_F(MovieRecorderTest, WithoutAnAudioTrackAudioSamplesAreIgnoredWithALogLine) {
-    LogCapture log;
-    auto recorder = startRecording(false);
-    recorder->appendAudioSampleBuffer(audioSample(0));
-    ASSERT_TRUE(log.waitForLine("no input of type soun, ignoring"));
-    recorder->appendVideoSampleBuffer(videoSample(10));
-    ASSERT_TRUE(waitForAppended(1));
-    recorder->finishRecording();
-    delegate->waitForEvents(2);
-    EXPECT_FALSE(record().called("addInput audio"));
-    record().read([](const FakeWriterRecord& r) {
-        ASSERT_EQ(r.appended.size(), 1u);
-        EXPECT_EQ(r.appended[0].mediaType, platform::kCMMediaType_Video);
-        // The ignored audio sample still began the session.
-        EXPECT_EQ(r.sessionStart, MediaTime::make(0, 48000));
-    });
-}
-
-TEST_F(MovieRecorderTest, FileTypeFollowsTheExtensionSetting) {
+TEST_F(MovieRecorderTest, SettingsChooseTheContainerAndTheVideoSettings) {
+    settings.setVideoBitrateMode(2);
+    settings.setCurrentVideoResolution(3);
+    settings.setVideoCodec(1);
+    videoFormat =
+        platform::FormatDescription::createVideo(platform::kCVPixelFormatType_32BGRA, 1280, 720);
     const std::pair<std::int64_t, platform::AssetFileType> rows[] = {
         {0, platform::AssetFileType::QuickTimeMovie},
         {1, platform::AssetFileType::MPEG4},
@@ -374,43 +315,36 @@ TEST_F(MovieRecorderTest, FileTypeFollowsTheExtensionSetting) {
     int events = 0;
     for (const auto& [mode, type] : rows) {
         settings.setVideoExtensionMode(mode);
-        auto recorder = makeRecorder();
-        recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform);
-        recorder->prepareToRecordToURL(url);
+        auto recorder = prepareRecorder(false);
         delegate->waitForEvents(++events);
-        record().read([&](const FakeWriterRecord& r) { EXPECT_EQ(r.fileType, type) << mode; });
+        const WriterState s = writer();
+        EXPECT_EQ(s.fileType, type) << mode;
+        ASSERT_TRUE(s.videoSettings);
+        EXPECT_EQ(s.videoSettings->codec, platform::kVideoCodecTypeHEVC);
+        EXPECT_EQ(s.videoSettings->width, 1280);
+        EXPECT_EQ(s.videoSettings->height, 720);
+        EXPECT_EQ(s.videoSettings->averageBitRate, 12134707);
+        EXPECT_EQ(s.videoSettings->maxKeyFrameInterval, 30);
     }
 }
 
-TEST_F(MovieRecorderTest, VideoSettingsComeFromTheBitrateRuleForTheSourceSize) {
-    settings.setVideoBitrateMode(2);
-    settings.setCurrentVideoResolution(3);
-    settings.setVideoCodec(1);
-    videoFormat =
-        platform::FormatDescription::createVideo(platform::kCVPixelFormatType_32BGRA, 1280, 720);
-    startRecording(false);
-    record().read([](const FakeWriterRecord& r) {
-        ASSERT_TRUE(r.videoSettings);
-        EXPECT_EQ(r.videoSettings->codec, platform::kVideoCodecTypeHEVC);
-        EXPECT_EQ(r.videoSettings->width, 1280);
-        EXPECT_EQ(r.videoSettings->height, 720);
-        EXPECT_EQ(r.videoSettings->averageBitRate, 12134707);
-        EXPECT_EQ(r.videoSettings->maxKeyFrameInterval, 30);
-    });
-}
-
-TEST_F(MovieRecorderTest, AFirstAudioSampleStartsTheMovieAndVideoBeginsLater) {
+TEST_F(MovieRecorderTest, TheFirstSampleOfEitherKindStartsTheMovie) {
+    LogCapture log;
     auto recorder = startRecording();
     recorder->appendAudioSampleBuffer(audioSample(240000));  // 5 s
     recorder->appendVideoSampleBuffer(videoSample(3060));    // 5.1 s
     ASSERT_TRUE(waitForAppended(2));
-    recorder->finishRecording();
-    delegate->waitForEvents(2);
-    record().read([](const FakeWriterRecord& r) {
-        EXPECT_EQ(r.sessionStart, MediaTime::make(5, 1));
-        ASSERT_EQ(r.appended.size(), 2u);
-        EXPECT_EQ(r.appended[1].time, MediaTime::make(51, 10));
-    });
+    EXPECT_EQ(writer().sessionStart, MediaTime::make(5, 1));
+
+    // Without an audio track, an audio sample is only logged, yet it still starts the movie.
+    delegate = std::make_shared<RecordingDelegate>(callbackQueue);
+    factory = std::make_shared<FakeAssetWriterFactory>();
+    recorder = startRecording(false);
+    recorder->appendAudioSampleBuffer(audioSample(100));
+    ASSERT_TRUE(log.waitForLine("no input of type soun, ignoring"));
+    EXPECT_EQ(writer().sessionStart, MediaTime::make(100, 48000));
+    EXPECT_FALSE(writer().called("addInput audio"));
+    EXPECT_TRUE(writer().appended.empty());
 }
 
 TEST_F(MovieRecorderTest, AnInputThatIsNotReadyDropsTheSampleWithoutWaiting) {
@@ -425,18 +359,15 @@ TEST_F(MovieRecorderTest, AnInputThatIsNotReadyDropsTheSampleWithoutWaiting) {
     recorder->appendVideoSampleBuffer(videoSample(20));
     ASSERT_TRUE(waitForAppended(1));
     recorder->finishRecording();
-    EXPECT_EQ(delegate->waitForEvents(2), (std::vector<std::string>{"prepared", "finished"}));
-    record().read([](const FakeWriterRecord& r) {
-        ASSERT_EQ(r.appended.size(), 1u);
-        EXPECT_EQ(r.appended[0].time, MediaTime::make(20, 600));
-    });
+    EXPECT_EQ(delegate->waitForEvents(2), (Events{"prepared", "finished"}));
+    ASSERT_EQ(writer().appended.size(), 1u);
+    EXPECT_EQ(writer().appended[0].second, MediaTime::make(20, 600));
 }
 
 TEST_F(MovieRecorderTest, SamplesArrivingWhileFinishingAreLetGoUnwritten) {
     auto recorder = startRecording();
     // The first append holds the writing queue until the recorder is finishing.
-    EventCounter entered;
-    EventCounter gate;
+    EventCounter entered, gate;
     factory->script->duringAppend = [&] {
         entered.add();
         gate.waitFor(1);
@@ -445,42 +376,37 @@ TEST_F(MovieRecorderTest, SamplesArrivingWhileFinishingAreLetGoUnwritten) {
     ASSERT_TRUE(entered.waitFor(1));
 
     std::vector<std::weak_ptr<const platform::SampleBuffer>> late;
-    for (std::int64_t value : {20, 40}) {
-        auto sample = videoSample(value);
+    const auto append = [&](platform::SampleBufferRef sample, bool video) {
         late.push_back(sample);
-        recorder->appendVideoSampleBuffer(std::move(sample));
-    }
+        video ? recorder->appendVideoSampleBuffer(std::move(sample))
+              : recorder->appendAudioSampleBuffer(std::move(sample));
+    };
+    append(videoSample(20), true);
+    append(videoSample(40), true);
     recorder->finishRecording();
     EXPECT_EQ(recorder->status(), MovieRecorderStatus::FinishingRecording);
     expectRaises<InternalInconsistencyException>([&] { recorder->finishRecording(); },
                                                  "Already finishing or finished recording");
-    // Appending while finishing is allowed; the sample is let go too.
-    auto after = audioSample(2000);
-    late.push_back(after);
-    recorder->appendAudioSampleBuffer(std::move(after));
+    append(audioSample(2000), false);  // allowed while finishing, and let go too
 
     gate.add();
-    EXPECT_EQ(delegate->waitForEvents(2), (std::vector<std::string>{"prepared", "finished"}));
-    record().read([](const FakeWriterRecord& r) {
-        ASSERT_EQ(r.appended.size(), 1u);
-        EXPECT_EQ(r.appended[0].time, MediaTime::make(0, 600));
-    });
+    EXPECT_EQ(delegate->waitForEvents(2), (Events{"prepared", "finished"}));
     // The teardown runs on the writing queue after every block posted before it.
     ASSERT_TRUE(waitForWriterDestroyed());
+    ASSERT_EQ(writer().appended.size(), 1u);
+    EXPECT_EQ(writer().appended[0].second, MediaTime::make(0, 600));
     for (const auto& sample : late) {
         EXPECT_TRUE(sample.expired());
     }
 }
 
-struct PreparationFailure {
-    const char* name;
-    std::function<void(testing::FakeWriterScript&)> script;
-    foundation::Error expected;
-};
-
 TEST_F(MovieRecorderTest, PreparationFailuresEndInFailedWithTheError) {
     const foundation::Error inputError = MovieRecorder::_cannotSetupInputError();
-    const PreparationFailure rows[] = {
+    const struct {
+        const char* name;
+        std::function<void(testing::FakeWriterScript&)> script;
+        foundation::Error expected;
+    } rows[] = {
         {"no writer",
          [](auto& s) { s.makeWriterError = testing::fakeWriterError("path not writable"); },
          testing::fakeWriterError("path not writable")},
@@ -497,20 +423,15 @@ TEST_F(MovieRecorderTest, PreparationFailuresEndInFailedWithTheError) {
         delegate = std::make_shared<RecordingDelegate>(callbackQueue);
         LogCapture log;
 
-        auto recorder = makeRecorder();
-        recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform);
-        recorder->addAudioTrackWithSourceFormatDescription(audioFormat());
-        recorder->prepareToRecordToURL(url);
-        EXPECT_EQ(delegate->waitForEvents(1), std::vector<std::string>{"failed"});
+        auto recorder = prepareRecorder(true);
+        EXPECT_EQ(delegate->waitForEvents(1), Events{"failed"});
         EXPECT_TRUE(delegate->allOnQueue());
         EXPECT_EQ(recorder->status(), MovieRecorderStatus::Failed);
-        const auto error = delegate->error();
-        ASSERT_TRUE(error);
-        EXPECT_EQ(error->domain, row.expected.domain);
-        EXPECT_EQ(error->code, row.expected.code);
-        EXPECT_EQ(error->description, row.expected.description);
+        EXPECT_EQ(delegate->error().domain, row.expected.domain);
+        EXPECT_EQ(delegate->error().code, row.expected.code);
+        EXPECT_EQ(delegate->error().description, row.expected.description);
         // Nothing starts after an earlier step failed.
-        EXPECT_EQ(record().called("startWriting"), factory->script->failStartWriting);
+        EXPECT_EQ(writer().called("startWriting"), factory->script->failStartWriting);
 
         // After a failure, appends are let go and finishing only says so.
         recorder->appendVideoSampleBuffer(videoSample(0));
@@ -519,41 +440,32 @@ TEST_F(MovieRecorderTest, PreparationFailuresEndInFailedWithTheError) {
         if (!factory->script->makeWriterError) {
             EXPECT_TRUE(waitForWriterDestroyed());
         }
-        EXPECT_TRUE(record().read([](const FakeWriterRecord& r) { return r.appended.empty(); }));
+        EXPECT_TRUE(writer().appended.empty());
     }
 }
 
-TEST_F(MovieRecorderTest, AFailedAppendEndsTheRecordingWithTheWritersError) {
+TEST_F(MovieRecorderTest, WriterFailuresWhileRecordingEndInFailedWithTheWritersError) {
+    // An append the writer refuses.
     auto recorder = startRecording();
     factory->script->failAppends = true;
     recorder->appendVideoSampleBuffer(videoSample(0));
-    EXPECT_EQ(delegate->waitForEvents(2), (std::vector<std::string>{"prepared", "failed"}));
+    EXPECT_EQ(delegate->waitForEvents(2), (Events{"prepared", "failed"}));
     EXPECT_EQ(recorder->status(), MovieRecorderStatus::Failed);
-    EXPECT_EQ(delegate->error()->description, "encoder failed");
+    EXPECT_EQ(delegate->error().description, "encoder failed");
     EXPECT_TRUE(waitForWriterDestroyed());
-    EXPECT_FALSE(record().called("finishWriting"));
-}
+    EXPECT_FALSE(writer().called("finishWriting"));
 
-TEST_F(MovieRecorderTest, AWriterThatFailsToFinishEndsInFailed) {
+    // A finish that fails.
+    factory = std::make_shared<FakeAssetWriterFactory>();
     factory->script->failFinish = true;
-    auto recorder = startRecording();
-    recorder->appendVideoSampleBuffer(videoSample(0));
-    ASSERT_TRUE(waitForAppended(1));
+    delegate = std::make_shared<RecordingDelegate>(callbackQueue);
+    recorder = startRecording();
     recorder->finishRecording();
-    EXPECT_EQ(delegate->waitForEvents(2), (std::vector<std::string>{"prepared", "failed"}));
+    EXPECT_EQ(delegate->waitForEvents(2), (Events{"prepared", "failed"}));
     EXPECT_EQ(recorder->status(), MovieRecorderStatus::Failed);
-    EXPECT_EQ(delegate->error()->description, "disk full");
+    EXPECT_EQ(delegate->error().description, "disk full");
     EXPECT_TRUE(waitForWriterDestroyed());
 }
-
-struct MetadataRow {
-    const char* name;
-    std::string text;
-    platform::StringArray tags;
-    std::optional<platform::Location> location;
-    bool locationThrows;
-    std::vector<platform::MetadataItem> expected;
-};
 
 platform::Location at(double latitude, double longitude, std::optional<double> altitude) {
     return platform::Location({latitude, longitude}, altitude, 5.0, -1.0, 0.0);
@@ -566,27 +478,31 @@ TEST_F(MovieRecorderTest, MetadataDescribesTheStartOfTheRecording) {
     const auto place = [](const char* text) {
         return MetadataItem{platform::kQuickTimeMetadataKeyLocationISO6709, text};
     };
+    const auto text = [](const char* key, const char* value) { return MetadataItem{key, value}; };
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    const MetadataRow rows[] = {
+    const struct {
+        const char* name;
+        std::string text;
+        platform::StringArray tags;
+        std::optional<platform::Location> location;
+        bool locationThrows;
+        std::vector<MetadataItem> expected;
+    } rows[] = {
         {"nothing to add", "", {}, std::nullopt, false, {software, make}},
         {"text and tags",
          "Bridge inspection",
          {"north", "pier 3"},
          std::nullopt,
          false,
-         {software,
-          make,
-          {platform::kQuickTimeMetadataKeyComment, "Bridge inspection"},
-          {platform::kQuickTimeMetadataKeyDescription, "Bridge inspection"},
-          {platform::kQuickTimeMetadataKeyKeywords, "north,pier 3"}}},
+         {software, make, text(platform::kQuickTimeMetadataKeyComment, "Bridge inspection"),
+          text(platform::kQuickTimeMetadataKeyDescription, "Bridge inspection"),
+          text(platform::kQuickTimeMetadataKeyKeywords, "north,pier 3")}},
         {"west and below sea level",
          "",
          {"one"},
          at(48.85837, -2.29448, -12.4),
          false,
-         {software,
-          make,
-          {platform::kQuickTimeMetadataKeyKeywords, "one"},
+         {software, make, text(platform::kQuickTimeMetadataKeyKeywords, "one"),
           place("+48.85837-002.29448-12CRSWGS_84")}},
         {"south, east, no altitude",
          "",
@@ -606,10 +522,8 @@ TEST_F(MovieRecorderTest, MetadataDescribesTheStartOfTheRecording) {
          {},
          std::nullopt,
          true,
-         {software,
-          make,
-          {platform::kQuickTimeMetadataKeyComment, "x"},
-          {platform::kQuickTimeMetadataKeyDescription, "x"}}},
+         {software, make, text(platform::kQuickTimeMetadataKeyComment, "x"),
+          text(platform::kQuickTimeMetadataKeyDescription, "x")}},
     };
     int events = 0;
     for (const auto& row : rows) {
@@ -619,12 +533,10 @@ TEST_F(MovieRecorderTest, MetadataDescribesTheStartOfTheRecording) {
         settings.setSelectTags(row.tags);
         location = row.location;
         locationThrows = row.locationThrows;
-        auto recorder = makeRecorder();
-        recorder->addVideoTrackWithSourceFormatDescription(videoFormat, transform);
-        recorder->prepareToRecordToURL(url);
+        auto recorder = prepareRecorder(false);
         delegate->waitForEvents(++events);
         EXPECT_EQ(recorder->status(), MovieRecorderStatus::Recording);
-        record().read([&](const FakeWriterRecord& r) { EXPECT_EQ(r.metadata, row.expected); });
+        EXPECT_EQ(writer().metadata, row.expected);
     }
 }
 
