@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "app/frame_command.h"
+#include "app/library_command.h"
 #include "app/settings_command.h"
 #include "app/settings_values.h"
 #include "app/stamp_commands.h"
@@ -18,7 +19,7 @@ namespace orvane::app {
 
 namespace {
 
-enum class Command { None, List, Get, Set, ResetStamp, Formats, Lunar, Where, Frame };
+enum class Command { None, List, Get, Set, ResetStamp, Formats, Lunar, Where, Frame, LibraryList };
 
 struct Request {
     Command command = Command::None;
@@ -149,6 +150,16 @@ void addStampCommands(CLI::App& app, Request& request) {
     frame->fallthrough();
 }
 
+void addLibraryCommands(CLI::App& app, Request& request) {
+    auto* library = app.add_subcommand("library", "The photo library the captures go to");
+    library->require_subcommand(1);
+    library->fallthrough();
+    auto* list = library->add_subcommand(
+        "list", "Every asset: identifier, type, creation time and file (ORVANE_LIBRARY_DIR)");
+    list->callback([&request] { request.command = Command::LibraryList; });
+    list->fallthrough();
+}
+
 }  // namespace
 
 int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
@@ -159,6 +170,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     addConfigOption(app, request);
     addSettingsCommands(app, request);
     addStampCommands(app, request);
+    addLibraryCommands(app, request);
 
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
@@ -235,6 +247,9 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         case Command::Frame:
             status = runFrame(request.frame, store, cache, launch,
                               foundation::systemClock().timeIntervalSince1970(), out, err);
+            break;
+        case Command::LibraryList:
+            status = listLibrary(opened->defaults(), out, err);
             break;
         case Command::Lunar:
         case Command::None:
