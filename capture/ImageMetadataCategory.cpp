@@ -89,9 +89,11 @@ void setLocation(ImageProperties& properties, const std::optional<Location>& loc
     PropertyDictionary gps = gpsCopy(properties);
     const double latitude = location->coordinate().latitude;
     const double longitude = location->coordinate().longitude;
+    // A timestamp out of any clock's range reads as the epoch rather than overflowing.
+    const double seconds = std::fabs(location->timestamp()) < 1e11 ? location->timestamp() : 0.0;
     const auto timestamp = std::chrono::system_clock::time_point(
         std::chrono::duration_cast<std::chrono::system_clock::duration>(
-            std::chrono::duration<double>(location->timestamp())));
+            std::chrono::duration<double>(seconds)));
     set(gps, kCGImagePropertyGPSTimeStamp, getUTCFormattedTime(timestamp));
     // -0.0 is not below 0, so it stays north or east.
     set(gps, kCGImagePropertyGPSLatitudeRef, std::string(latitude < 0 ? "S" : "N"));

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "foundation/log.h"
@@ -40,15 +41,23 @@ std::string joined(const StringArray& values) {
     return text;
 }
 
-// Rationals with a denominator fine enough for a float's digits and small enough for 32 bits.
-Exiv2::Rational signedRational(double value) {
-    const std::int32_t denominator = std::fabs(value) < 2000.0 ? 1000000 : 1000;
-    return {static_cast<std::int32_t>(std::lround(value * denominator)), denominator};
+// Rationals with a denominator fine enough for a float's digits and small enough for 32 bits;
+// none for a value no rational of the kind holds.
+std::optional<Exiv2::Rational> signedRational(double value) {
+    const double magnitude = std::fabs(value);
+    if (!(magnitude < 2.0e9))
+        return std::nullopt;
+    const std::int32_t denominator = magnitude < 2000.0 ? 1000000 : magnitude < 2.0e6 ? 1000 : 1;
+    return Exiv2::Rational{static_cast<std::int32_t>(std::llround(value * denominator)),
+                           denominator};
 }
 
-Exiv2::URational unsignedRational(double value) {
-    const std::uint32_t denominator = value < 4000.0 ? 1000000 : value < 4000000.0 ? 1000 : 1;
-    return {static_cast<std::uint32_t>(std::llround(value * denominator)), denominator};
+std::optional<Exiv2::URational> unsignedRational(double value) {
+    if (!(value >= 0.0 && value < 4.0e9))
+        return std::nullopt;
+    const std::uint32_t denominator = value < 4000.0 ? 1000000 : value < 4.0e6 ? 1000 : 1;
+    return Exiv2::URational{static_cast<std::uint32_t>(std::llround(value * denominator)),
+                            denominator};
 }
 
 // Degrees, minutes and seconds; seconds to the ten-thousandth, carried when they round to 60.
@@ -70,7 +79,8 @@ Exiv2::URationalValue degreesMinutesSeconds(double degrees) {
 std::unique_ptr<Exiv2::URationalValue> gpsTimeStamp(const std::string& text) {
     unsigned hours = 0, minutes = 0;
     double seconds = 0.0;
-    if (std::sscanf(text.c_str(), "%u:%u:%lf", &hours, &minutes, &seconds) != 3)
+    if (std::sscanf(text.c_str(), "%u:%u:%lf", &hours, &minutes, &seconds) != 3 || hours > 24 ||
+        minutes > 59 || !(seconds >= 0.0 && seconds < 61.0))
         return nullptr;
     auto value = std::make_unique<Exiv2::URationalValue>();
     value->value_.push_back({hours, 1});
@@ -100,15 +110,17 @@ std::unique_ptr<Exiv2::Value> exifValue(Exiv2::TypeId type, const PropertyValue&
     std::unique_ptr<Exiv2::Value> value(Exiv2::Value::create(type).release());
     if (const auto* number = std::get_if<double>(&property)) {
         if (type == Exiv2::unsignedRational) {
-            if (*number < 0 || std::isnan(*number))
+            auto rational = unsignedRational(*number);
+            if (!rational)
                 return nullptr;
-            static_cast<Exiv2::URationalValue&>(*value).value_.push_back(unsignedRational(*number));
+            static_cast<Exiv2::URationalValue&>(*value).value_.push_back(*rational);
             return value;
         }
         if (type == Exiv2::signedRational) {
-            if (std::isnan(*number))
+            auto rational = signedRational(*number);
+            if (!rational)
                 return nullptr;
-            static_cast<Exiv2::RationalValue&>(*value).value_.push_back(signedRational(*number));
+            static_cast<Exiv2::RationalValue&>(*value).value_.push_back(*rational);
             return value;
         }
         if (type == Exiv2::asciiString || type == Exiv2::comment) {
@@ -138,7 +150,7 @@ void setExif(Exiv2::ExifData& exif, const std::string& keyName, const PropertyVa
             std::visit(
                 [&](const auto& v) {
                     if constexpr (std::is_arithmetic_v<std::decay_t<decltype(v)>>) {
-                        if (!std::isnan(static_cast<double>(v))) {
+                        if (std::fabs(static_cast<double>(v)) <= 360.0) {
                             value = std::make_unique<Exiv2::URationalValue>(
                                 degreesMinutesSeconds(static_cast<double>(v)));
                         }
