@@ -283,7 +283,8 @@ struct FolderPhotoLibrary::Core {
 FolderPhotoLibrary::FolderPhotoLibrary(FolderPhotoLibraryOptions options, UserDefaults& defaults,
                                        foundation::Clock& clock,
                                        std::shared_ptr<foundation::DispatchQueue> queue)
-    : _queue(queue ? std::move(queue)
+    : _ownQueue(!queue),
+      _queue(queue ? std::move(queue)
                    : foundation::SerialQueue::create("com.orvane.photolibrary")) {
     if (options.thumbnailCache.empty()) {
         options.thumbnailCache = thumbnailCacheDirectory();
@@ -292,8 +293,10 @@ FolderPhotoLibrary::FolderPhotoLibrary(FolderPhotoLibraryOptions options, UserDe
 }
 
 FolderPhotoLibrary::~FolderPhotoLibrary() {
-    // Queued work uses the settings store and clock, which may go with this object's owner.
-    if (!_queue->isCurrent()) {
+    // Work still queued uses the settings store and clock, which may go with this object's
+    // owner: the library's own queue is drained first. A queue handed in is its owner's to
+    // drain, since waiting on it from here could wait for ever (a main queue not running).
+    if (_ownQueue && !_queue->isCurrent()) {
         try {
             _queue->sync([] {});
         } catch (const std::exception&) {

@@ -3,7 +3,8 @@
 // from the settings store, and freedesktop thumbnails.
 //
 // Change blocks and thumbnails run on the library's serial queue and answer there; reads answer
-// at once from any thread. The settings store and clock must outlive the library.
+// at once from any thread. The settings store and clock must outlive the library, and a queue
+// handed in must have run the library's work before they go.
 #pragma once
 
 #include <filesystem>
@@ -54,6 +55,7 @@ class FolderPhotoLibrary final : public PhotoLibrary {
     struct Core;
     // Shared with the blocks still queued, which may outlive the library object.
     std::shared_ptr<Core> _core;
+    bool _ownQueue;  // made here, so drained here
     std::shared_ptr<foundation::DispatchQueue> _queue;
 };
 
