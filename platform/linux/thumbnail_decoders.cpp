@@ -149,7 +149,8 @@ DecodedThumbnail decodeJpegThumbnail(const std::filesystem::path& file, int maxi
     for (int i = 0; factors && i < factorCount; ++i) {
         const int w = TJSCALED(width, factors[i]);
         const int h = TJSCALED(height, factors[i]);
-        if (w >= target.width && h >= target.height && w * h < decodedWidth * decodedHeight) {
+        if (w >= target.width && h >= target.height &&
+            std::int64_t{w} * h < std::int64_t{decodedWidth} * decodedHeight) {
             decodedWidth = w;
             decodedHeight = h;
         }
