@@ -531,6 +531,41 @@ TEST_F(FolderPhotoLibraryTest, AMovieThumbnailIsItsFirstFrame) {
               "file://" + (folder / "Clip.MOV").string());
 }
 
+TEST_F(FolderPhotoLibraryTest, AMovieRecordedTurnedIsShownAsPlayersShowIt) {
+    if (std::system("command -v ffmpeg >/dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "the ffmpeg command is not installed";
+    }
+    // Red on the left, blue on the right, tagged to be shown a quarter turn anticlockwise (as
+    // FFmpeg's own players turn it): red ends at the bottom.
+    const auto plain = root / "tmp" / "plain.MOV";
+    const auto movie = root / "tmp" / "Movie.MOV";
+    fs::create_directories(movie.parent_path());
+    const std::string make =
+        "ffmpeg -nostdin -loglevel error -f lavfi -i "
+        "'color=c=red:s=160x180:d=0.3[l];color=c=blue:s=160x180:d=0.3[r];[l][r]hstack' "
+        "-c:v mpeg4 -y '" +
+        plain.string() + "' && ffmpeg -nostdin -loglevel error -i '" + plain.string() +
+        "' -c copy -metadata:s:v:0 rotate=90 -y '" + movie.string() + "'";
+    ASSERT_EQ(std::system(make.c_str()), 0);
+    std::string identifier;
+    ASSERT_FALSE(perform([&](PhotoLibraryChanges& changes) {
+        identifier = changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, movie,
+                                                        {"Turned.MOV", true});
+    }));
+    const auto [answer, error] = thumbnail(identifier, 128);
+    ASSERT_FALSE(error) << error->message();
+    ASSERT_TRUE(answer && answer->image);
+    EXPECT_EQ(answer->image->width(), 72);
+    EXPECT_EQ(answer->image->height(), 128);
+    const PixelBufferReadLock lock(*answer->image);
+    const auto* top = lock.data() + 10 * answer->image->bytesPerRow() + 4 * 36;
+    const auto* bottom = lock.data() + 118 * answer->image->bytesPerRow() + 4 * 36;
+    EXPECT_GT(top[0], 180);  // blue
+    EXPECT_LT(top[2], 80);
+    EXPECT_GT(bottom[2], 180);  // red
+    EXPECT_LT(bottom[0], 80);
+}
+
 TEST_F(FolderPhotoLibraryTest, AFileThatIsNoPictureGetsAnErrorNotAThumbnail) {
     const auto identifier = addData("neither a JPEG nor a movie", "N.JPG");
     const auto [answer, error] = thumbnail(identifier, 128);
