@@ -57,6 +57,9 @@ struct VideoOutputSettings {
     // between two key frames.
     std::int32_t averageBitRate = 0;
     std::int32_t maxKeyFrameInterval = 0;
+    // The rate the frames are expected to come at. An encoder whose rate control counts frames
+    // rather than time (HEVC) spends the average bit rate over this many frames a second.
+    double expectedSourceFrameRate = 30;
 };
 
 struct AudioOutputSettings {
