@@ -6,6 +6,7 @@
 
 #include "app/frame_command.h"
 #include "app/library_command.h"
+#include "app/record_command.h"
 #include "app/settings_command.h"
 #include "app/settings_values.h"
 #include "app/stamp_commands.h"
@@ -19,7 +20,19 @@ namespace orvane::app {
 
 namespace {
 
-enum class Command { None, List, Get, Set, ResetStamp, Formats, Lunar, Where, Frame, LibraryList };
+enum class Command {
+    None,
+    List,
+    Get,
+    Set,
+    ResetStamp,
+    Formats,
+    Lunar,
+    Where,
+    Frame,
+    Record,
+    LibraryList
+};
 
 struct Request {
     Command command = Command::None;
@@ -30,6 +43,7 @@ struct Request {
     std::string lunarDate;
     WhereOptions where;
     FrameOptions frame;
+    RecordOptions record;
 };
 
 // A command whose key and value are known good, ready to run on the store.
@@ -150,6 +164,25 @@ void addStampCommands(CLI::App& app, Request& request) {
     frame->fallthrough();
 }
 
+void addRecordCommand(CLI::App& app, Request& request) {
+    auto* record = app.add_subcommand(
+        "record", "Record a stamped movie into the photo library and print where it is");
+    auto& r = request.record;
+    record->add_option("--duration", r.duration,
+                       "Seconds to record; 0 records until SIGINT or SIGTERM (default 10)");
+    record->add_option("--mode", r.mode, "video, timelapse or square (default video)");
+    record->add_option("--camera", r.camera, "The camera: sim, the synthetic one (default)");
+    record->add_option("--location", r.location,
+                       "Position source: sim, gpsd[://HOST[:PORT]], nmea:DEVICE[@BAUD], "
+                       "nmea-file:PATH or gpx:PATH (default: sim)");
+    record->add_option("--geocoder", r.geocoder,
+                       "offline, or the base URL of a Nominatim-compatible service (default: the "
+                       "stored GeocoderURL, else offline)");
+    record->add_option("--gl", r.gl, "GL platform: auto, device or surfaceless");
+    record->callback([&request] { request.command = Command::Record; });
+    record->fallthrough();
+}
+
 void addLibraryCommands(CLI::App& app, Request& request) {
     auto* library = app.add_subcommand("library", "The photo library the captures go to");
     library->require_subcommand(1);
@@ -170,6 +203,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     addConfigOption(app, request);
     addSettingsCommands(app, request);
     addStampCommands(app, request);
+    addRecordCommand(app, request);
     addLibraryCommands(app, request);
 
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
@@ -199,6 +233,12 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         }
     }
 
+    if (request.command == Command::Record) {
+        if (auto problem = checkRecordOptions(request.record)) {
+            err << "orvane record: " << *problem << "\n";
+            return 1;
+        }
+    }
     if (request.command == Command::Frame) {
         if (auto problem = checkFrameOptions(request.frame)) {
             err << "orvane frame: " << *problem << "\n";
@@ -247,6 +287,9 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         case Command::Frame:
             status = runFrame(request.frame, store, cache, launch,
                               foundation::systemClock().timeIntervalSince1970(), out, err);
+            break;
+        case Command::Record:
+            status = runRecord(request.record, store, cache, launch, language, out, err);
             break;
         case Command::LibraryList:
             status = listLibrary(opened->defaults(), out, err);

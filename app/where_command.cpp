@@ -1,18 +1,13 @@
 #include "app/where_command.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <cstdio>
 #include <memory>
-#include <thread>
 
+#include "app/geocoder_choice.h"
+#include "app/interrupts.h"
 #include "app/row_output.h"
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
-#include "platform/linux/NominatimGeocoder.h"
-#include "platform/linux/OfflineGeocoder.h"
 #include "platform/linux/location_sources.h"
 #include "stamp/LineDrawer.h"
 #include "stamp/location_updater.h"
@@ -25,10 +20,6 @@ std::string number(const char* format, double value) {
     char text[64];
     std::snprintf(text, sizeof text, format, value);
     return text;
-}
-
-bool isUrl(std::string_view text) {
-    return text.starts_with("http://") || text.starts_with("https://");
 }
 
 void printBlock(std::ostream& out, const platform::Location& fix, stamp::LineDrawer& drawer) {
@@ -50,56 +41,6 @@ void printBlock(std::ostream& out, const platform::Location& fix, stamp::LineDra
     }
     out.flush();
 }
-
-// SIGINT and SIGTERM end a watch: the handler writes to a pipe, and a thread that reads it quits
-// the run loop, since nothing else is safe to do inside a handler.
-class InterruptWatcher {
-  public:
-    explicit InterruptWatcher(foundation::RunLoop& loop) {
-        if (::pipe2(_pipe, O_CLOEXEC) != 0) {
-            _pipe[0] = _pipe[1] = -1;
-            return;
-        }
-        s_writeEnd = _pipe[1];
-        struct sigaction action {};
-        action.sa_handler = [](int) {
-            const char byte = 's';
-            [[maybe_unused]] auto written = ::write(s_writeEnd, &byte, 1);
-        };
-        sigemptyset(&action.sa_mask);
-        ::sigaction(SIGINT, &action, &_oldInt);
-        ::sigaction(SIGTERM, &action, &_oldTerm);
-        _thread = std::thread([this, &loop] {
-            char byte = 0;
-            while (::read(_pipe[0], &byte, 1) < 0 && errno == EINTR) {
-            }
-            if (byte == 's') {
-                loop.quit();
-            }
-        });
-    }
-    ~InterruptWatcher() {
-        if (_pipe[0] < 0) {
-            return;
-        }
-        ::sigaction(SIGINT, &_oldInt, nullptr);
-        ::sigaction(SIGTERM, &_oldTerm, nullptr);
-        const char byte = 'e';
-        [[maybe_unused]] auto written = ::write(_pipe[1], &byte, 1);
-        _thread.join();
-        ::close(_pipe[0]);
-        ::close(_pipe[1]);
-    }
-    InterruptWatcher(const InterruptWatcher&) = delete;
-    InterruptWatcher& operator=(const InterruptWatcher&) = delete;
-
-  private:
-    static inline volatile int s_writeEnd = -1;
-    int _pipe[2];
-    struct sigaction _oldInt {};
-    struct sigaction _oldTerm {};
-    std::thread _thread;
-};
 
 }  // namespace
 
@@ -124,17 +65,7 @@ int runWhere(const WhereOptions& options, screen::SettingsStore& store,
         err << "orvane where: " << problem << "\n";
         return 1;
     }
-    std::string url = options.geocoder.value_or(store.lineDrawer.getGeocoderURL().value_or(""));
-    std::unique_ptr<platform::Geocoder> geocoder;
-    if (url.empty() || url == "offline") {
-        geocoder = std::make_unique<platform::OfflineGeocoder>(queue, languageCode);
-    } else {
-        platform::NominatimOptions online;
-        online.baseUrl = url;
-        online.contact = store.lineDrawer.getGeocoderContact().value_or("");
-        online.languageCode = languageCode;
-        geocoder = std::make_unique<platform::NominatimGeocoder>(std::move(online), queue);
-    }
+    auto geocoder = makeGeocoder(options.geocoder, store, languageCode, queue);
     const std::string sourceName = manager->description();
     const std::string geocoderName = geocoder->description();
 
@@ -211,7 +142,7 @@ int runWhere(const WhereOptions& options, screen::SettingsStore& store,
     });
     std::optional<InterruptWatcher> interrupts;
     if (options.watch) {
-        interrupts.emplace(loop);
+        interrupts.emplace([&loop] { loop.quit(); });
     }
     try {
         loop.run();

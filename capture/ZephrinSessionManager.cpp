@@ -127,7 +127,8 @@ bool ZephrinSessionManager::setupCaptureSession() {
     _audioOut->setSampleBufferDelegate(weak_from_this(), _audioCaptureQueue);
 
     const std::int64_t resolution = _store.cache().getCurrentVideoResolution();
-    const std::int64_t mode = _store.sessionManager.getCameraModeIndex();
+    const std::int64_t mode =
+        _environment.cameraModeIndex.value_or(_store.sessionManager.getCameraModeIndex());
     _timelapseMode.store(mode == 3);
     std::shared_ptr<platform::CaptureDevice> device =
         (mode == 0 || mode == 3) && resolution == 7 ? backFacingCameraNoraml() : backFacingCamera();
@@ -294,6 +295,10 @@ void ZephrinSessionManager::stopAndTearDownCaptureSession() {
     _captureSession->stopRunning();
     _captureSession->removeDidStopRunningObserver(_stopObserver);
     _captureSession.reset();
+    // Samples already on the capture queues still run; once these return, nothing more is
+    // posted to the delegate's queue.
+    _videoCaptureQueue->sync([] {});
+    _audioCaptureQueue->sync([] {});
 }
 
 void ZephrinSessionManager::setRecordWithAudio(bool recordWithAudio) {

@@ -97,6 +97,9 @@ struct ZephrinSessionManagerEnvironment {
     int processorCount = 2;
     // The title of the program's album; the localized "Orvane" when empty.
     std::string albumTitle;
+    // The camera mode to set up for (0 video, 1 photo, 2 square, 3 time-lapse); the stored
+    // "cameraModeIndex" when none.
+    std::optional<std::int64_t> cameraModeIndex;
     // Where library answers are handled; the main queue when null.
     std::shared_ptr<foundation::DispatchQueue> mainQueue;
 };

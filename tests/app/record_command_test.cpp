@@ -1,0 +1,100 @@
+// `orvane record`, the main job, run as its own process: the synthetic camera and microphone,
+// the simulated route and the offline geocoder, a real GL context, FFmpeg's encoders and a
+// library folder of the test's own.
+#include <filesystem>
+
+#include "tests/app/command_test_support.h"
+
+namespace orvane::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+using testing::CommandTest;
+using testing::Result;
+
+class RecordCommandTest : public CommandTest {
+  protected:
+    void SetUp() override {
+        CommandTest::SetUp();
+        library = folder / "Library";
+    }
+
+    // The movie's temporary file, the library and the thumbnails stay inside the test's folder.
+    std::string environment() const {
+        return "env TZ=UTC TMPDIR='" + folder.string() + "' XDG_CACHE_HOME='" +
+               (folder / "cache").string() + "' ORVANE_LIBRARY_DIR='" + library.string() + "' '" +
+               ORVANE_BINARY + "' --config-dir '" + (folder / "config").string() + "' ";
+    }
+    Result run(const std::string& arguments) { return runShell(environment() + arguments); }
+
+    // The streams' codecs and the container's tags, one "key=value" a line, or nothing when
+    // ffprobe is missing.
+    std::optional<std::string> probe(const fs::path& movie) {
+        if (std::system("command -v ffprobe >/dev/null 2>&1") != 0) {
+            return std::nullopt;
+        }
+        return runShell(
+                   "ffprobe -v error -show_entries stream=codec_name:format_tags -of "
+                   "default=nw=1 '" +
+                   movie.string() + "'")
+            .out;
+    }
+
+    fs::path library;
+};
+
+TEST_F(RecordCommandTest, AStampedMovieWithSoundAndPlaceIsLeftInTheLibrary) {
+    const Result result = run("record --duration 1");
+    ASSERT_EQ(result.status, 0) << result.err;
+    ASSERT_FALSE(result.out.empty()) << result.err;
+    const fs::path movie = result.out.substr(0, result.out.find('\n'));
+    EXPECT_EQ(movie.parent_path(), library);
+    EXPECT_EQ(movie.extension(), ".MOV");
+    ASSERT_TRUE(fs::exists(movie));
+    EXPECT_GT(fs::file_size(movie), 1000u);
+    EXPECT_FALSE(fs::exists(folder / "Movie.MOV")) << "the temporary movie is moved, not copied";
+
+    const Result listed = run("library list");
+    ASSERT_EQ(listed.status, 0) << listed.err;
+    EXPECT_NE(listed.out.find(movie.string()), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("\tvideo\t"), std::string::npos) << listed.out;
+
+    const auto tags = probe(movie);
+    if (!tags) {
+        GTEST_SKIP() << "ffprobe is not installed";
+    }
+    EXPECT_NE(tags->find("codec_name=h264"), std::string::npos) << *tags;
+    EXPECT_NE(tags->find("codec_name=aac"), std::string::npos) << *tags;
+    EXPECT_NE(tags->find("TAG:com.apple.quicktime.software=Orvane"), std::string::npos) << *tags;
+    EXPECT_NE(tags->find("TAG:com.apple.quicktime.location.ISO6709=+"), std::string::npos) << *tags;
+}
+
+TEST_F(RecordCommandTest, ATimeLapseAsMP4HasNoSound) {
+    ASSERT_EQ(run("settings set VideoExtensionMode 1").status, 0);
+    const Result result = run("record --duration 1 --mode timelapse");
+    ASSERT_EQ(result.status, 0) << result.err;
+    const fs::path movie = result.out.substr(0, result.out.find('\n'));
+    EXPECT_EQ(movie.extension(), ".MP4");
+    ASSERT_TRUE(fs::exists(movie));
+    const auto tags = probe(movie);
+    if (!tags) {
+        GTEST_SKIP() << "ffprobe is not installed";
+    }
+    EXPECT_NE(tags->find("codec_name=h264"), std::string::npos) << *tags;
+    EXPECT_EQ(tags->find("codec_name=aac"), std::string::npos) << *tags;
+}
+
+TEST_F(RecordCommandTest, BadOptionsAreRefusedAndNothingIsRecorded) {
+    for (const std::string arguments :
+         {"record --duration -1", "record --mode slow", "record --camera /dev/video9",
+          "record --geocoder nowhere", "record --gl vulkan", "record --location carrier-pigeon"}) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.status, 1) << arguments;
+        EXPECT_NE(result.err, "") << arguments;
+        EXPECT_FALSE(fs::exists(library) && !fs::is_empty(library)) << arguments;
+    }
+}
+
+}  // namespace
+}  // namespace orvane::app
