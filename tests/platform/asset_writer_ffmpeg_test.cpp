@@ -393,16 +393,19 @@ TEST_F(FfmpegAssetWriterTest, LateEarlyAndRepeatedFramesAreDroppedNotWritten) {
     Written written = startMovie(path, Recording{});
     AssetWriter& writer = *written.writer;
     AssetWriterInput& video = *written.video;
+    EXPECT_FALSE(video.isReadyForMoreMediaData());
     EXPECT_TRUE(video.appendSampleBuffer(frameAt(seconds(9.9))));  // before the session
     writer.startSessionAtSourceTime(seconds(10));
+    EXPECT_TRUE(video.isReadyForMoreMediaData());
     const double times[] = {9.5, 10.0, 10.1, 10.1, 10.05, 10.2, 10.3};
     for (const double time : times) {
         EXPECT_TRUE(appendWhenReady(video, frameAt(seconds(time))));
     }
     finish(writer);
     EXPECT_EQ(writer.status(), AssetWriterStatus::Completed);
-    EXPECT_FALSE(video.appendSampleBuffer(frameAt(seconds(10.4))) &&
-                 video.isReadyForMoreMediaData());
+    // A finished writer takes nothing more, and a late frame is only dropped.
+    EXPECT_FALSE(video.isReadyForMoreMediaData());
+    EXPECT_TRUE(video.appendSampleBuffer(frameAt(seconds(10.4))));
 
     const Movie movie = probe(path);
     ASSERT_TRUE(movie.video);
