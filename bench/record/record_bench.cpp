@@ -1,0 +1,219 @@
+// A long recording from the synthetic camera, stamped and written as H.264 through the real
+// pipeline (session manager, GL frame pass, movie recorder over FFmpeg, folder library), with
+// the frames lost on the way counted where they are lost:
+// - by the camera: its own buffers all held downstream, or a frame discarded because the one
+//   before still waited for the capture queue;
+// - by the render step: the output pool at its threshold (every buffer in flight);
+// - by the writer: an input not ready for more.
+// It prints one "key value" line each, with the process's CPU time and its resident memory at
+// every tenth of the run, so growth over a recording shows.
+//
+// Usage: orvane_record_bench WIDTHxHEIGHT SECONDS LIBRARY_DIR
+#include <sys/resource.h>
+
+#include <atomic>
+#include <charconv>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <thread>
+
+#include "capture/ZephrinSessionManager.h"
+#include "compositor/ZephrinOpenGLView.h"
+#include "foundation/RunLoop.h"
+#include "foundation/log.h"
+#include "platform/linux/EglContext.h"
+#include "platform/linux/FfmpegAssetWriter.h"
+#include "platform/linux/FolderPhotoLibrary.h"
+#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/sim/SimCaptureDeviceDiscovery.h"
+#include "screen/settings_first_run.h"
+#include "screen/settings_store.h"
+#include "stamp/LineDrawer.h"
+
+namespace {
+
+using namespace orvane;
+
+double cpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+// Resident memory now, in MiB, from /proc.
+double residentMiB() {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("VmRSS:", 0) == 0) {
+            return std::stod(line.substr(6)) / 1024.0;
+        }
+    }
+    return 0;
+}
+
+class BenchController final : public capture::ZephrinSessionManagerDelegate {
+  public:
+    BenchController(compositor::ZephrinOpenGLView& view, foundation::RunLoop& loop, double seconds)
+        : _view(view), _loop(loop), _seconds(seconds) {}
+    std::weak_ptr<capture::ZephrinSessionManager> manager;
+    std::atomic<std::uint64_t> rendered{0};
+    std::string path;
+    bool failed = false;
+
+    void setDimensions(std::int32_t width, std::int32_t height, float focal) override {
+        _view.setDimensions(width, height, focal);
+        if (auto* drawer = _view.lineDrawer()) {
+            platform::Placemark place;
+            place.formattedAddress = "5 Avenue Anatole France, 75007 Paris, France";
+            drawer->processPlacement({place}, std::nullopt);
+            drawer->coordinateCatalogue().rebuild({48.858370, 2.294481, 5.0});
+        }
+    }
+    int displayAndRenderPixelBuffer(const platform::PixelBufferRef& source,
+                                    const platform::PixelBufferRef& destination,
+                                    bool still) override {
+        const int result = _view.displayAndRenderPixelBuffer(source, destination, still);
+        if (rendered.fetch_add(1) == 0) {
+            if (auto m = manager.lock()) {
+                m->startRecording();
+            }
+        }
+        return result;
+    }
+    bool finishRenderingPixelBuffer() override { return _view.finishRenderingPixelBuffer(); }
+    void recordingDidStart() override {
+        _startCpu = cpuSeconds();
+        for (int tenth = 1; tenth <= 10; ++tenth) {
+            _loop.mainQueue()->after(_seconds * tenth / 10, [this, tenth] {
+                std::printf("rss_mib_at_%d0_percent %.1f\n", tenth, residentMiB());
+                if (tenth == 10) {
+                    std::printf("cpu_seconds %.2f\n", cpuSeconds() - _startCpu);
+                    if (auto m = manager.lock()) {
+                        m->stopRecording();
+                    }
+                }
+            });
+        }
+    }
+    void recordingWillStop() override {}
+    void recordingDidStop() override { _loop.quit(); }
+    void recordingDidFailWithError(const foundation::Error& error) override {
+        std::fprintf(stderr, "recording failed: %s\n", error.message().c_str());
+        failed = true;
+        _loop.quit();
+    }
+    void showPhotoAccessDeniedError() override { failed = true; }
+    void insertMediaFile(const std::optional<std::string>&,
+                         const std::optional<foundation::Error>& error) override {
+        std::fprintf(stderr, "not saved: %s\n", error ? error->message().c_str() : "?");
+        failed = true;
+    }
+    void movieDidSave(const platform::PhotoAsset& asset) override { path = asset.path.string(); }
+
+  private:
+    compositor::ZephrinOpenGLView& _view;
+    foundation::RunLoop& _loop;
+    double _seconds;
+    double _startCpu = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int width = 0, height = 0;
+    double seconds = 0;
+    if (argc != 4 || std::sscanf(argv[1], "%dx%d", &width, &height) != 2 ||
+        std::sscanf(argv[2], "%lf", &seconds) != 1 || seconds <= 0) {
+        std::fprintf(stderr, "usage: orvane_record_bench WIDTHxHEIGHT SECONDS LIBRARY_DIR\n");
+        return 2;
+    }
+    std::atomic<std::uint64_t> writerDrops{0};
+    foundation::setLogSink([&](const std::string& line) {
+        if (line.find("not ready for more media data") != std::string::npos) {
+            writerDrops.fetch_add(1);
+        }
+    });
+
+    auto& loop = foundation::mainRunLoop();
+    auto& clock = loop.clock();
+    platform::MemoryUserDefaults defaults;
+    screen::SettingsCache cache;
+    screen::SettingsStore store(defaults, cache);
+    const auto launch = screen::loadSettingsAtLaunch(store);
+    cache.setShowAltitudeAndSpeed(true);
+
+    auto makeContext = [](std::string& problem) {
+        return platform::EglContext::create(platform::EglContext::Platform::automatic, problem);
+    };
+    auto makeDrawer = [&] {
+        return std::make_unique<stamp::LineDrawer>(store, cache, launch.stampLayer,
+                                                   stamp::StampState::shared(),
+                                                   stamp::DateSettings{"en_US", "UTC"});
+    };
+    compositor::ZephrinOpenGLView view(store, launch.glView, makeContext, makeDrawer);
+    compositor::ZephrinOpenGLView::rotateWatermark(3);
+    auto controller = std::make_shared<BenchController>(view, loop, seconds);
+
+    auto devices = std::make_shared<platform::SimCaptureDeviceDiscovery>(clock);
+    platform::FolderPhotoLibraryOptions libraryOptions;
+    libraryOptions.location = {argv[3], true};
+    capture::ZephrinSessionManagerEnvironment environment;
+    environment.store = &store;
+    environment.devices = devices;
+    environment.library = std::make_shared<platform::FolderPhotoLibrary>(libraryOptions, defaults);
+    environment.recorder.writerFactory = std::make_shared<platform::FfmpegAssetWriterFactory>();
+    environment.recorder.settings = &cache;
+    environment.recorder.make = "bench";
+    environment.cameraModeIndex = 0;
+    environment.mainQueue = loop.mainQueue();
+    auto manager = capture::ZephrinSessionManager::create(std::move(environment));
+    controller->manager = manager;
+    manager->setReferenceOrientation(3);
+    manager->setDelegate(controller, loop.mainQueue());
+    if (!manager->setupAndStartCaptureSession()) {
+        std::fprintf(stderr, "no camera\n");
+        return 1;
+    }
+    // The camera's format of the size asked, at 30 frames a second.
+    auto camera = devices->backCamera();
+    bool found = false;
+    for (const auto& format : camera->formats()) {
+        if (format.dimensions().width == width && format.dimensions().height == height) {
+            camera->lockForConfiguration();
+            camera->setActiveFormat(format);
+            camera->unlockForConfiguration();
+            found = true;
+            break;
+        }
+    }
+    if (!found) {
+        std::fprintf(stderr, "the synthetic camera has no %dx%d format\n", width, height);
+        return 2;
+    }
+    manager->resumeCaptureSession();
+    loop.run();
+    manager->setDelegate({}, nullptr);
+    manager->stopAndTearDownCaptureSession();
+    loop.runUntilIdle();
+
+    std::printf("size %dx%d\n", width, height);
+    std::printf("seconds %.0f\n", seconds);
+    std::printf("camera_frames %llu\n",
+                static_cast<unsigned long long>(camera->deliveredFrameCount()));
+    std::printf("dropped_by_camera_pool %llu\n",
+                static_cast<unsigned long long>(camera->droppedFrameCount()));
+    std::printf("rendered %llu\n", static_cast<unsigned long long>(controller->rendered.load()));
+    std::printf("dropped_by_output_pool %llu\n",
+                static_cast<unsigned long long>(manager->droppedFrameCount()));
+    std::printf("dropped_by_writer %llu\n", static_cast<unsigned long long>(writerDrops.load()));
+    std::printf("peak_rss_mib %.1f\n", [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return static_cast<double>(usage.ru_maxrss) / 1024.0;
+    }());
+    std::printf("movie %s\n", controller->path.c_str());
+    return controller->failed ? 1 : 0;
+}
