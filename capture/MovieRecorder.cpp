@@ -195,6 +195,8 @@ std::optional<foundation::Error> MovieRecorder::_setupAssetWriterVideoInput(
     settings.height = dimensions.height;
     settings.averageBitRate = choice.averageBitRate;
     settings.maxKeyFrameInterval = kMaxKeyFrameInterval;
+    settings.expectedSourceFrameRate =
+        frameRateForQualityIndex(_settings.getCurrentVideoResolution());
 
     if (!writer.canApplyVideoOutputSettings(settings)) {
         return _cannotSetupInputError();

@@ -47,6 +47,25 @@ std::int32_t scaleForQualityIndex(std::int32_t bitRate, std::int64_t qualityInde
 
 }  // namespace
 
+double frameRateForQualityIndex(std::int64_t qualityIndex) {
+    switch (qualityIndex) {
+        case 3:
+        case 5:
+        case 9:
+            return 60;
+        case 7:
+            return 120;
+        case 8:
+            return 15;
+        case 10:
+            return 25;
+        case 11:
+            return 50;
+        default:
+            return 30;
+    }
+}
+
 VideoBitrateChoice videoBitrateForDimensions(std::int32_t width, std::int32_t height,
                                              std::int64_t bitrateMode, std::int64_t qualityIndex,
                                              std::int64_t codecSetting) {

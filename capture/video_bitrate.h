@@ -28,6 +28,10 @@ VideoBitrateChoice videoBitrateForDimensions(std::int32_t width, std::int32_t he
                                              std::int64_t bitrateMode, std::int64_t qualityIndex,
                                              std::int64_t codecSetting);
 
+// The frame rate a quality index records at: 30 for the 30 fps rows and for any index it does
+// not know, else the row's own (60, 120, 15, 25, 50). The encoder's rate control is told it.
+double frameRateForQualityIndex(std::int64_t qualityIndex);
+
 // An estimate from pixels per second instead: a factor per codec (HEVC needs fewer bits), scaled
 // by the mode and kept between a floor and a ceiling of the same base. `codecType` is a codec's
 // four-character name. Kept beside the rule above, which decides; nothing in the recorder uses

@@ -325,6 +325,7 @@ TEST_F(MovieRecorderTest, SettingsChooseTheContainerAndTheVideoSettings) {
         EXPECT_EQ(s.videoSettings->height, 720);
         EXPECT_EQ(s.videoSettings->averageBitRate, 12134707);
         EXPECT_EQ(s.videoSettings->maxKeyFrameInterval, 30);
+        EXPECT_EQ(s.videoSettings->expectedSourceFrameRate, 60.0);
     }
 }
 

@@ -90,6 +90,16 @@ TEST(VideoBitrate, IndicesOfOneFrameRateAgreeAndUnknownIndicesAndModesChangeNoth
     }
 }
 
+TEST(VideoBitrate, FrameRateOfEachQualityIndex) {
+    const std::pair<std::int64_t, double> rows[] = {
+        {1, 30}, {2, 30}, {3, 60},  {4, 30},  {5, 60}, {6, 30},  {7, 120},
+        {8, 15}, {9, 60}, {10, 25}, {11, 50}, {0, 30}, {12, 30},
+    };
+    for (const auto& [index, rate] : rows) {
+        EXPECT_EQ(frameRateForQualityIndex(index), rate) << index;
+    }
+}
+
 TEST(VideoBitrate, FewerBitsPerPixelFromSixMillionPixels) {
     // 5,998,000 pixels still take 7.7 bits each; 6,000,000 take 5.525.
     EXPECT_EQ(rate(2999, 2000, kNormal, 1, kH264), 46184600);
