@@ -252,7 +252,10 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
             [&geocoder] { return std::move(geocoder); }, state);
     });
 
-    auto devices = std::make_shared<platform::SimCaptureDeviceDiscovery>(clock);
+    // The synthetic devices draw and fill their buffers on their clock's thread: a clock of
+    // their own keeps that work off the thread that serves the program's timers.
+    foundation::SystemClock deviceClock;
+    auto devices = std::make_shared<platform::SimCaptureDeviceDiscovery>(deviceClock);
     auto library = std::make_shared<platform::FolderPhotoLibrary>(
         platform::FolderPhotoLibraryOptions{}, store.defaults(), clock);
     capture::ZephrinSessionManagerEnvironment environment;

@@ -138,7 +138,6 @@ int main(int argc, char** argv) {
     });
 
     auto& loop = foundation::mainRunLoop();
-    auto& clock = loop.clock();
     platform::MemoryUserDefaults defaults;
     screen::SettingsCache cache;
     screen::SettingsStore store(defaults, cache);
@@ -157,7 +156,10 @@ int main(int argc, char** argv) {
     compositor::ZephrinOpenGLView::rotateWatermark(3);
     auto controller = std::make_shared<BenchController>(view, loop, seconds);
 
-    auto devices = std::make_shared<platform::SimCaptureDeviceDiscovery>(clock);
+    // The synthetic devices draw and fill their buffers on their clock's thread: a clock of
+    // their own keeps that work off the thread that serves the program's timers.
+    foundation::SystemClock deviceClock;
+    auto devices = std::make_shared<platform::SimCaptureDeviceDiscovery>(deviceClock);
     platform::FolderPhotoLibraryOptions libraryOptions;
     libraryOptions.location = {argv[3], true};
     capture::ZephrinSessionManagerEnvironment environment;
