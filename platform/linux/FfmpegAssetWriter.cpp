@@ -1,6 +1,11 @@
 #include "platform/linux/FfmpegAssetWriter.h"
 
+#include <mutex>
 #include <utility>
+
+extern "C" {
+#include <libavutil/log.h>
+}
 
 #include "foundation/log.h"
 #include "platform/linux/FfmpegAudioInput.h"
@@ -14,8 +19,24 @@ using ffmpeg::FfmpegOutput;
 using ffmpeg::FfmpegVideoInput;
 using ffmpeg::makeError;
 
+namespace {
+
+// The encoders' progress and statistics are not the program's to print; their warnings and
+// errors still are.
+void quietEncoderLogs() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        if (av_log_get_level() > AV_LOG_WARNING) {
+            av_log_set_level(AV_LOG_WARNING);
+        }
+    });
+}
+
+}  // namespace
+
 std::unique_ptr<FfmpegAssetWriter> FfmpegAssetWriter::create(
     const std::string& path, AssetFileType type, std::optional<foundation::Error>& error) {
+    quietEncoderLogs();
     AVFormatContext* context = nullptr;
     const int result =
         avformat_alloc_output_context2(&context, nullptr, assetFileTypeName(type), path.c_str());
