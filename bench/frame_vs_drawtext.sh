@@ -10,11 +10,13 @@
 #
 # Usage: bench/frame_vs_drawtext.sh [BUILD_DIR] (default build/release)
 set -euo pipefail
+# As the orvane command runs: llvmpipe draws in the rendering thread unless told otherwise.
+export LP_NUM_THREADS=${LP_NUM_THREADS:-0}
 
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${1:-$top/build/release}
 bench="$build/bench/orvane_bench"
-frames=${ORVANE_DRAWTEXT_FRAMES:-300}
+frames=${ORVANE_DRAWTEXT_FRAMES:-1000}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

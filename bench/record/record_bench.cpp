@@ -14,6 +14,7 @@
 #include <atomic>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <thread>
@@ -123,6 +124,8 @@ class BenchController final : public capture::ZephrinSessionManagerDelegate {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // As the orvane command runs: llvmpipe draws in the rendering thread.
+    setenv("LP_NUM_THREADS", "0", 0);
     int width = 0, height = 0;
     double seconds = 0;
     if (argc != 4 || std::sscanf(argv[1], "%dx%d", &width, &height) != 2 ||
