@@ -299,8 +299,11 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
     // layer and the stores they use still stand.
     manager->setDelegate({}, nullptr);
     manager->stopAndTearDownCaptureSession();
+    // The library drains its queue (a thumbnail may still be in the making) as it goes, here
+    // on this thread; what that posts to the main queue runs while the view still stands.
+    manager.reset();
+    library.reset();
     loop.runUntilIdle();
-    controller->setManager({});
     return status;
 }
 

@@ -704,13 +704,19 @@ void ZephrinSessionManager::_recorderDidFinishRecording(int permissionStatus) {
                         self->_environment.library->fetchAssetsWithLocalIdentifiers({*placeholder});
                     if (delegate && !assets.values.empty()) {
                         delegate->movieDidSave(assets.values.front());
+                        // The thumbnail may come after the manager and its screen are gone:
+                        // the library's queue holds neither.
+                        std::weak_ptr<ZephrinSessionManagerDelegate> weakDelegate = delegate;
                         self->_environment.library->requestImageForAsset(
                             *placeholder, 256,
-                            [self, delegate](const std::optional<platform::PhotoThumbnail>& thumb,
-                                             const std::optional<foundation::Error>&) {
+                            [mainQueue = self->_mainQueue, weakDelegate](
+                                const std::optional<platform::PhotoThumbnail>& thumb,
+                                const std::optional<foundation::Error>&) {
                                 if (thumb) {
-                                    self->_mainQueue->async([delegate, thumb] {
-                                        delegate->setNewFileThumbnail(*thumb);
+                                    mainQueue->async([weakDelegate, thumb] {
+                                        if (auto screen = weakDelegate.lock()) {
+                                            screen->setNewFileThumbnail(*thumb);
+                                        }
                                     });
                                 }
                             });

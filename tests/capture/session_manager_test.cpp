@@ -210,7 +210,17 @@ TEST_F(SessionManagerTest, TheMovieRunsOneFrameBehindAndGoesToTheLibrary) {
     startSession();
     frames(5);
     EXPECT_EQ(delegate->events().count("setDimensions 1280x720"), 1);
-    record(10);
+    manager->startRecording();
+    ASSERT_TRUE(delegate->waitForCall("recordingDidStart"));
+    frames(10);
+    // Appends reach the writer on its own queue; one still on its way when the recording
+    // stops is let go, so the stop waits for the tenth.
+    ASSERT_TRUE(writers->record->waitUntil([](const auto& s) {
+        return std::count_if(s.appended.begin(), s.appended.end(), [](const auto& a) {
+                   return a.first == platform::kCMMediaType_Video;
+               }) == 10;
+    }));
+    manager->stopRecording();
     ASSERT_TRUE(delegate->waitForCall("recordingDidStop"));
     EXPECT_EQ(manager->status(), RecordingStatus::Idle);
 
