@@ -256,8 +256,11 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
     // their own keeps that work off the thread that serves the program's timers.
     foundation::SystemClock deviceClock;
     auto devices = std::make_shared<platform::SimCaptureDeviceDiscovery>(deviceClock);
+    // The library answers on a queue of the command's own, so the command can wait for it: a
+    // thumbnail may still be in the making when the recording is done.
+    const auto libraryQueue = foundation::SerialQueue::create("orvane library queue");
     auto library = std::make_shared<platform::FolderPhotoLibrary>(
-        platform::FolderPhotoLibraryOptions{}, store.defaults(), clock);
+        platform::FolderPhotoLibraryOptions{}, store.defaults(), clock, libraryQueue);
     capture::ZephrinSessionManagerEnvironment environment;
     environment.store = &store;
     environment.devices = devices;
@@ -299,10 +302,11 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
     // layer and the stores they use still stand.
     manager->setDelegate({}, nullptr);
     manager->stopAndTearDownCaptureSession();
-    // The library drains its queue (a thumbnail may still be in the making) as it goes, here
-    // on this thread; what that posts to the main queue runs while the view still stands.
+    // The library's last work ends here, on this thread's watch; what it posts to the main
+    // queue runs while the view still stands.
     manager.reset();
     library.reset();
+    libraryQueue->sync([] {});
     loop.runUntilIdle();
     return status;
 }
