@@ -1,4 +1,4 @@
-// Thumbnails as the freedesktop.org thumbnail specification keeps them, so file managers share
+// Thumbnails kept where and how freedesktop.org desktops keep them, so file managers share
 // them: a PNG named by the MD5 of the file's URI under $XDG_CACHE_HOME/thumbnails/normal (128 px)
 // or large (256 px), carrying Thumb::URI and Thumb::MTime; a thumbnail whose URI or time does
 // not match its file is stale.
@@ -14,7 +14,8 @@
 
 namespace orvane::platform {
 
-// The "file://" URI of an absolute path, escaped as the specification asks.
+// The "file://" URI of an absolute path, escaped as file managers write it when they name
+// thumbnails.
 std::string thumbnailFileURI(const std::filesystem::path& path);
 // The MD5 of the URI in lowercase hex, with ".png".
 std::string thumbnailFileName(const std::string& uri);
