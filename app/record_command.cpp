@@ -1,11 +1,13 @@
 #include "app/record_command.h"
 
+#include <filesystem>
 #include <memory>
 #include <thread>
 
 #include "app/geocoder_choice.h"
 #include "app/interrupts.h"
 #include "capture/ZephrinSessionManager.h"
+#include "capture/media_report.h"
 #include "compositor/ZephrinOpenGLView.h"
 #include "foundation/RunLoop.h"
 #include "foundation/log.h"
@@ -144,15 +146,24 @@ class RecordController final : public capture::ZephrinSessionManagerDelegate,
         _status = 1;
         finish(1);
     }
-    void showPhotoAccessDeniedError() override {
-        _err << "orvane record: the photo library refused the movie (PhotoLibraryAccessLevel)\n";
-        _status = 1;
-    }
-    void insertMediaFile(const std::optional<std::string>&,
+    void showPhotoAccessDeniedError() override { report(capture::photoAccessDeniedReport()); }
+    void insertMediaFile(const std::optional<std::string>& localIdentifier,
                          const std::optional<foundation::Error>& error) override {
-        _err << "orvane record: the movie could not be saved: "
-             << (error ? error->message() : std::string("unknown error")) << "\n";
-        _status = 1;
+        report(capture::reportInsertedMediaFile(localIdentifier, error));
+        // The library leaves a file it could not take where it was, until the next recording.
+        if (auto manager = _manager.lock(); manager && !localIdentifier) {
+            std::error_code ignored;
+            if (std::filesystem::exists(manager->movieURL(), ignored)) {
+                _err << "orvane record: the movie stays at " << manager->movieURL().string()
+                     << " until the next recording\n";
+            }
+        }
+    }
+    void movieDidSaveUnseen(const std::string& localIdentifier) override {
+        _saved = true;
+        _err << "orvane record: the movie is in the library as " << localIdentifier
+             << "; add-only access cannot read it back (" << platform::kPhotoLibraryAccessLevelKey
+             << ")\n";
     }
     void movieDidSave(const platform::PhotoAsset& asset) override {
         _saved = true;
@@ -161,6 +172,22 @@ class RecordController final : public capture::ZephrinSessionManagerDelegate,
     }
 
   private:
+    // Without a screen the alert becomes a line; the denied library's "Open Settings" is the
+    // access level in the settings file.
+    void report(const capture::MediaFileReport& report) {
+        if (report.kind == capture::MediaFileReport::Kind::Nothing) {
+            return;
+        }
+        _err << "orvane record: " << report.title;
+        if (!report.message.empty()) {
+            _err << ": " << report.message;
+        }
+        if (report.kind == capture::MediaFileReport::Kind::AccessDenied) {
+            _err << " (" << platform::kPhotoLibraryAccessLevelKey << ")";
+        }
+        _err << "\n";
+        _status = 1;
+    }
     void maybeStart() {
         if (_started || !_rendered || !_located) {
             return;

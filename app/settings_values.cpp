@@ -127,8 +127,17 @@ ParsedValue parseOne(const screen::SettingKey& key, const std::string& word) {
             }
             return valueOf(SettingValue(*value));
         }
-        case KeyType::String:
+        case KeyType::String: {
+            const auto& words = key.accepted.words;
+            if (!key.accepted.acceptsWord(word)) {
+                std::string text = "takes one of ";
+                for (size_t i = 0; i < words.size(); ++i) {
+                    text += (i ? ", " : "") + std::string(words[i]);
+                }
+                return problem(text + ", not \"" + word + "\"");
+            }
             return valueOf(SettingValue(word));
+        }
         case KeyType::Color: {
             const auto color = foundation::Color::fromHexString(word);
             if (!color) {

@@ -734,6 +734,8 @@ void ZephrinSessionManager::_recorderDidFinishRecording(int permissionStatus) {
                                 }
                             });
                     }
+                } else if (delegate) {
+                    delegate->movieDidSaveUnseen(*placeholder);
                 }
                 self->finishDelivery();
             });

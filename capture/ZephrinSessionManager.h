@@ -67,6 +67,8 @@ class ZephrinSessionManagerDelegate {
                                  const std::optional<foundation::Error>& error) = 0;
     // The movie is in the library under this identifier (read access only).
     virtual void movieDidSave(const platform::PhotoAsset& asset) { (void)asset; }
+    // The movie is in the library, which add-only access cannot read back.
+    virtual void movieDidSaveUnseen(const std::string& localIdentifier) { (void)localIdentifier; }
     virtual void setNewFileThumbnail(const platform::PhotoThumbnail& thumbnail) { (void)thumbnail; }
 
     // Device calls, on the setting-up thread.

@@ -5,6 +5,8 @@
 #include <functional>
 #include <type_traits>
 
+#include "platform/PhotoLibrary.h"
+
 namespace orvane::screen {
 
 namespace {
@@ -20,17 +22,29 @@ constexpr std::array<double, 4> kTimerSeconds = {0, 3, 5, 10};
 // "Standard" and "Satellite hybrid".
 constexpr std::array<double, 2> kMapTypes = {0, 2};
 
+// The library's access levels, as the photo library reads them.
+constexpr std::array<std::string_view, 3> kAccessLevels = {"full", "limited", "addOnly"};
+
 constexpr AcceptedValues any() {
     return {};
 }
 
 constexpr AcceptedValues range(double minimum, double maximum) {
-    return {minimum, maximum, {}};
+    return {minimum, maximum, {}, {}};
 }
 
 constexpr AcceptedValues oneOf(std::span<const double> choices) {
-    return {-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
-            choices};
+    return {-std::numeric_limits<double>::infinity(),
+            std::numeric_limits<double>::infinity(),
+            choices,
+            {}};
+}
+
+constexpr AcceptedValues oneOfWords(std::span<const std::string_view> words) {
+    return {-std::numeric_limits<double>::infinity(),
+            std::numeric_limits<double>::infinity(),
+            {},
+            words};
 }
 
 SettingValue toValue(bool value) {
@@ -88,6 +102,25 @@ template <auto Group, auto Setter>
 void write(SettingsStore& store, std::string_view, const SettingValue& value) {
     using Argument = typename ArgumentOf<decltype(Setter)>::type;
     std::invoke(Setter, store.*Group, fromValue<Argument>(value));
+}
+
+// The access level the user granted the program, read as the library reads it: a missing key is
+// full access, an unknown word add-only.
+SettingValue readPhotoLibraryAccessLevel(SettingsStore& store) {
+    switch (platform::readPhotoLibraryAccess(store.defaults())) {
+        case platform::PhotoLibraryAccess::Full:
+            return std::string(kAccessLevels[0]);
+        case platform::PhotoLibraryAccess::Limited:
+            return std::string(kAccessLevels[1]);
+        case platform::PhotoLibraryAccess::AddOnly:
+            break;
+    }
+    return std::string(kAccessLevels[2]);
+}
+
+void writePhotoLibraryAccessLevel(SettingsStore& store, std::string_view name,
+                                  const SettingValue& value) {
+    store.defaults().setString(name, fromValue<std::optional<std::string>>(value));
 }
 
 // The flags' own setters only set true; a user may also clear one to run a first-run step again.
@@ -195,6 +228,8 @@ const SettingKey kKeys[] = {
      write<vc, &VC::SetEnableCaptureTimer>, any()},
     {"CaptureTimerSeconds", Integer, kCapture, read<vc, &VC::readCaptureTimerSeconds>,
      write<vc, &VC::saveCaptureTimerSeconds>, oneOf(kTimerSeconds)},
+    {platform::kPhotoLibraryAccessLevelKey, String, kCapture, readPhotoLibraryAccessLevel,
+     writePhotoLibraryAccessLevel, oneOfWords(kAccessLevels)},
 
     {"UIMode", Integer, kScreen, read<vc, &VC::readUIMode>, write<vc, &VC::saveUIMode>,
      range(0, 1)},
@@ -358,6 +393,10 @@ const SettingKey kKeys[] = {
 bool AcceptedValues::isLimited() const {
     return !choices.empty() || minimum > -std::numeric_limits<double>::infinity() ||
            maximum < std::numeric_limits<double>::infinity();
+}
+
+bool AcceptedValues::acceptsWord(std::string_view word) const {
+    return words.empty() || std::find(words.begin(), words.end(), word) != words.end();
 }
 
 bool AcceptedValues::accepts(double value) const {

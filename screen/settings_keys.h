@@ -30,9 +30,12 @@ struct AcceptedValues {
     double minimum = -std::numeric_limits<double>::infinity();
     double maximum = std::numeric_limits<double>::infinity();
     std::span<const double> choices;
+    // The words a user may set for a string key; empty is any text.
+    std::span<const std::string_view> words;
 
     bool isLimited() const;
     bool accepts(double value) const;
+    bool acceptsWord(std::string_view word) const;
 };
 
 struct SettingKey {

@@ -2,6 +2,7 @@
 // the simulated route and the offline geocoder, a real GL context, FFmpeg's encoders and a
 // library folder of the test's own.
 #include <filesystem>
+#include <fstream>
 
 #include "tests/app/command_test_support.h"
 
@@ -83,6 +84,37 @@ TEST_F(RecordCommandTest, ATimeLapseAsMP4HasNoSound) {
     }
     EXPECT_NE(tags->find("codec_name=h264"), std::string::npos) << *tags;
     EXPECT_EQ(tags->find("codec_name=aac"), std::string::npos) << *tags;
+}
+
+// A library that cannot be written says why, and the movie stays where it was made.
+TEST_F(RecordCommandTest, ALibraryThatCannotBeWrittenKeepsTheMovieInPlace) {
+    library = folder / "a file" / "Library";
+    std::ofstream(folder / "a file") << "not a folder";
+    const Result result = run("record --duration 1");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.out.empty()) << result.out;
+    EXPECT_NE(result.err.find("Cannot write to the photo library"), std::string::npos)
+        << result.err;
+    EXPECT_NE(result.err.find("the movie stays at " + (folder / "Movie.MOV").string()),
+              std::string::npos)
+        << result.err;
+    EXPECT_GT(fs::file_size(folder / "Movie.MOV"), 1000u);
+}
+
+// Add-only access takes the movie but cannot read it back, so there is no path to print.
+TEST_F(RecordCommandTest, AddOnlyAccessSavesWithoutReadingBack) {
+    ASSERT_EQ(run("settings set PhotoLibraryAccessLevel addOnly").status, 0);
+    const Result result = run("record --duration 1");
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(result.out.empty()) << result.out;
+    EXPECT_NE(result.err.find("add-only access cannot read it back"), std::string::npos)
+        << result.err;
+    EXPECT_FALSE(fs::exists(folder / "Movie.MOV"));
+
+    ASSERT_EQ(run("settings set PhotoLibraryAccessLevel full").status, 0);
+    const Result listed = run("library list");
+    ASSERT_EQ(listed.status, 0) << listed.err;
+    EXPECT_NE(listed.out.find("\tvideo\t"), std::string::npos) << listed.out;
 }
 
 TEST_F(RecordCommandTest, BadOptionsAreRefusedAndNothingIsRecorded) {

@@ -62,6 +62,7 @@ TEST(ParseSettingValueTest, RejectedWordsSayWhatTheKeyTakes) {
         {"defaultFontColor", {"red"}, "takes a colour written 0xAARRGGBB"},
         {"ShowGrid", {}, "takes one value, not 0"},
         {"FileNamePrefix", {"a", "b"}, "takes one value, not 2"},
+        {"PhotoLibraryAccessLevel", {"all"}, "takes one of full, limited, addOnly, not \"all\""},
     };
     for (const auto& row : rows) {
         const auto parsed = parseSettingValue(key(row.key), row.words);

@@ -79,6 +79,9 @@ class RecordingDelegate final : public ZephrinSessionManagerDelegate {
             e.calls.push_back("movieDidSave");
         });
     }
+    void movieDidSaveUnseen(const std::string&) override {
+        update([&](Events& e) { e.calls.push_back("movieDidSaveUnseen"); });
+    }
 
     Events events() const {
         std::lock_guard lock(_mutex);
@@ -353,7 +356,7 @@ TEST_F(SessionManagerTest, LibraryAnswers) {
          PHAuthorizationStatus::Authorized,
          false,
          1,
-         nullptr,
+         "movieDidSaveUnseen",
          {PHAccessLevel::ReadWrite, PHAccessLevel::AddOnly}},
         {"limited",
          PHAuthorizationStatus::Limited,

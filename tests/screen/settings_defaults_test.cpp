@@ -48,6 +48,7 @@ const std::vector<Expected> kFreshDesktop = {
       "KeepOriginalImage", "ShowFileIndex", "NameWithCustomText", "EnableCaptureTimer"},
      false},
     {{"FileNamePrefix"}, kNil},
+    {{"PhotoLibraryAccessLevel"}, std::string("full")},
     {{"TimelpaseInterval"}, 0.5},
     // The screen.
     {{"UIMode", "UIRotateMode"}, integer(0)},

@@ -24,7 +24,7 @@ SettingValue sampleFor(const SettingKey& key) {
         case KeyType::Double:
             return number;
         case KeyType::String:
-            return std::string("sample");
+            return std::string(accepted.words.empty() ? "sample" : accepted.words.back());
         case KeyType::StringArray:
             return platform::StringArray{"x", "y"};
         case KeyType::Color:
@@ -97,6 +97,26 @@ TEST(SettingKeysTest, PickerKeysAcceptTheirRowsOnly) {
         for (double value : row.rejected) {
             EXPECT_FALSE(accepted.accepts(value)) << row.key << " " << value;
         }
+    }
+}
+
+// The access level reads as the library reads it, whatever the file holds.
+TEST(SettingKeysTest, TheLibraryAccessLevelReadsAsTheLibraryDoes) {
+    const auto& key = *findSettingKey("PhotoLibraryAccessLevel");
+    EXPECT_TRUE(key.accepted.acceptsWord("limited"));
+    EXPECT_FALSE(key.accepted.acceptsWord("Full"));
+    const struct {
+        std::optional<std::string> stored;
+        const char* read;
+    } rows[] = {{std::nullopt, "full"},
+                {"limited", "limited"},
+                {"addOnly", "addOnly"},
+                {"everything", "addOnly"}};
+    for (const auto& row : rows) {
+        testing::TestStore fresh;
+        fresh.defaults.setString(key.name, row.stored);
+        EXPECT_EQ(key.read(fresh.store), SettingValue(std::string(row.read)))
+            << row.stored.value_or("(absent)");
     }
 }
 
