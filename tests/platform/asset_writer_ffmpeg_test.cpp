@@ -10,13 +10,9 @@
 #include <map>
 #include <thread>
 
-extern "C" {
-#include <libavformat/avformat.h>
-#include <libavutil/display.h>
-}
-
 #include "platform/linux/FfmpegAssetWriter.h"
 #include "platform/sim/test_scene.h"
+#include "tests/platform/movie_probe.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 // x265 leaks part of each encoder's frame filters when it closes; the library is built without
@@ -45,78 +41,6 @@ class TempDir {
   private:
     std::filesystem::path _path;
 };
-
-// What a movie file holds, as libavformat reads it back.
-struct Track {
-    AVCodecID codec = AV_CODEC_ID_NONE;
-    std::string tag;
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-    int sampleRate = 0;
-    AVRational timeBase{0, 1};
-    std::vector<std::int64_t> pts;  // in packet order
-    double endSeconds = 0;          // the last packet's end
-    std::optional<double> rotation;
-};
-struct Movie {
-    std::string majorBrand;
-    std::map<std::string, std::string> metadata;
-    std::optional<Track> video;
-    std::optional<Track> audio;
-};
-
-Movie probe(const std::string& path) {
-    Movie movie;
-    AVFormatContext* context = nullptr;
-    if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) {
-        ADD_FAILURE() << "cannot open " << path;
-        return movie;
-    }
-    avformat_find_stream_info(context, nullptr);
-    const AVDictionaryEntry* entry = nullptr;
-    while ((entry = av_dict_get(context->metadata, "", entry, AV_DICT_IGNORE_SUFFIX))) {
-        movie.metadata[entry->key] = entry->value;
-    }
-    movie.majorBrand = movie.metadata["major_brand"];
-    for (const char* fileKey : {"major_brand", "minor_version", "compatible_brands"}) {
-        movie.metadata.erase(fileKey);
-    }
-    std::map<int, Track*> tracks;
-    for (unsigned i = 0; i < context->nb_streams; ++i) {
-        const AVStream* stream = context->streams[i];
-        auto& track =
-            stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO ? movie.video : movie.audio;
-        track.emplace();
-        track->codec = stream->codecpar->codec_id;
-        char tag[AV_FOURCC_MAX_STRING_SIZE] = {};
-        track->tag = av_fourcc_make_string(tag, stream->codecpar->codec_tag);
-        track->width = stream->codecpar->width;
-        track->height = stream->codecpar->height;
-        track->channels = stream->codecpar->ch_layout.nb_channels;
-        track->sampleRate = stream->codecpar->sample_rate;
-        track->timeBase = stream->time_base;
-        size_t size = 0;
-        if (const std::uint8_t* matrix =
-                av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, &size)) {
-            track->rotation =
-                av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
-        }
-        tracks[static_cast<int>(i)] = &*track;
-    }
-    AVPacket* packet = av_packet_alloc();
-    while (av_read_frame(context, packet) >= 0) {
-        Track* track = tracks[packet->stream_index];
-        track->pts.push_back(packet->pts);
-        track->endSeconds = std::max(track->endSeconds,
-                                     static_cast<double>(packet->pts + packet->duration) *
-                                         av_q2d(context->streams[packet->stream_index]->time_base));
-        av_packet_unref(packet);
-    }
-    av_packet_free(&packet);
-    avformat_close_input(&context);
-    return movie;
-}
 
 enum class Sound { None, MonoS16, StereoFloat };
 
@@ -296,7 +220,7 @@ TEST_P(MovieFiles, HoldWhatWasWritten) {
     const std::string path = _dir.file(std::string("movie.") + assetFileTypeName(c.type));
     const double soundSeconds = record(path, recording);
 
-    const Movie movie = probe(path);
+    const ProbedMovie movie = probeMovie(path);
     EXPECT_EQ(movie.majorBrand, c.type == AssetFileType::MPEG4 ? "isom" : "qt  ");
     std::map<std::string, std::string> expected;
     for (const auto& item : programMetadata()) {
@@ -357,7 +281,7 @@ TEST_F(FfmpegAssetWriterTest, PacketTimesKeepTheSourcePrecision) {
         recording.frames = 10;
         const std::string path = _dir.file("times" + std::to_string(timescale) + ".mov");
         record(path, recording);
-        const Movie movie = probe(path);
+        const ProbedMovie movie = probeMovie(path);
         ASSERT_TRUE(movie.video);
         ASSERT_EQ(movie.video->pts.size(), 10u);
         const AVRational base = movie.video->timeBase;
@@ -384,7 +308,7 @@ TEST_F(FfmpegAssetWriterTest, TheTrackTransformIsTheDisplayMatrix) {
         const std::string path = _dir.file("rotated.mp4");
         recording.type = AssetFileType::MPEG4;
         record(path, recording);
-        const Movie movie = probe(path);
+        const ProbedMovie movie = probeMovie(path);
         ASSERT_TRUE(movie.video);
         if (!row.rotation) {
             EXPECT_TRUE(!movie.video->rotation || std::abs(*movie.video->rotation) < 1e-9);
@@ -415,7 +339,7 @@ TEST_F(FfmpegAssetWriterTest, LateEarlyAndRepeatedFramesAreDroppedNotWritten) {
     EXPECT_FALSE(video.isReadyForMoreMediaData());
     EXPECT_TRUE(video.appendSampleBuffer(frameAt(seconds(10.4))));
 
-    const Movie movie = probe(path);
+    const ProbedMovie movie = probeMovie(path);
     ASSERT_TRUE(movie.video);
     std::vector<double> kept;
     for (const std::int64_t pts : movie.video->pts) {
@@ -441,7 +365,7 @@ TEST_F(FfmpegAssetWriterTest, SoundFirstStartsTheMovieAndThePictureFollows) {
     finish(*written.writer);
     EXPECT_EQ(written.writer->status(), AssetWriterStatus::Completed);
 
-    const Movie movie = probe(path);
+    const ProbedMovie movie = probeMovie(path);
     ASSERT_TRUE(movie.video && movie.audio);
     ASSERT_EQ(movie.video->pts.size(), 6u);
     // The picture's delay is an edit of whole milliseconds, the movie's own timescale.
@@ -468,7 +392,7 @@ TEST_F(FfmpegAssetWriterTest, AHoleInTheSoundIsSilenceSoLaterSoundKeepsItsTime) 
     finish(*written.writer);
     EXPECT_EQ(written.writer->status(), AssetWriterStatus::Completed);
 
-    const Movie movie = probe(path);
+    const ProbedMovie movie = probeMovie(path);
     EXPECT_FALSE(movie.video);
     ASSERT_TRUE(movie.audio);
     EXPECT_NEAR(movie.audio->endSeconds, 60 * 1024 / 48000.0, 0.001);
@@ -480,7 +404,7 @@ TEST_F(FfmpegAssetWriterTest, AMovieWithNothingAppendedIsEmptyButComplete) {
     finish(*written.writer);
     EXPECT_EQ(written.writer->status(), AssetWriterStatus::Completed);
     // A file the reader opens, with no frame in it.
-    const Movie movie = probe(path);
+    const ProbedMovie movie = probeMovie(path);
     EXPECT_TRUE(!movie.video || movie.video->pts.empty());
 }
 
