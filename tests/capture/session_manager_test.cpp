@@ -12,10 +12,7 @@
 #include "fake_asset_writer.h"
 #include "foundation/exceptions.h"
 #include "platform/sim/MemoryPhotoLibrary.h"
-#include "platform/sim/MemoryUserDefaults.h"
-#include "platform/sim/SimCaptureDeviceDiscovery.h"
-#include "recording_delegate.h"
-#include "screen/settings_store.h"
+#include "session_rig.h"
 
 namespace orvane::capture {
 namespace {
@@ -24,8 +21,9 @@ using platform::MediaTime;
 using platform::PHAccessLevel;
 using platform::PHAuthorizationStatus;
 using testing::RecordingDelegate;
+using testing::SessionRig;
 
-class SessionManagerTest : public ::testing::Test {
+class SessionManagerTest : public ::testing::Test, protected SessionRig {
   protected:
     void SetUp() override {
         _directory = std::filesystem::temp_directory_path() /
@@ -36,43 +34,12 @@ class SessionManagerTest : public ::testing::Test {
         writers->script->duringMakeWriter = [this] {
             std::ofstream(writers->record->state().path) << "movie";
         };
-        ZephrinSessionManagerEnvironment environment;
-        environment.store = &store;
-        environment.devices = devices;
-        environment.library = library;
-        environment.recorder.writerFactory = writers;
-        environment.recorder.settings = &cache;
-        environment.recorder.make = "Test Maker";
-        environment.clock = &clock;
-        environment.temporaryDirectory = _directory;
-        environment.albumTitle = "Orvane";
-        environment.mainQueue = mainQueue;
-        manager = ZephrinSessionManager::create(std::move(environment));
-        manager->setDelegate(delegate, delegateQueue);
+        makeManager(library, writers, _directory);
     }
 
     void TearDown() override {
-        manager->stopAndTearDownCaptureSession();
-        delegateQueue->sync([] {});
-        mainQueue->sync([] {});
+        tearDownManager();
         std::filesystem::remove_all(_directory);
-    }
-
-    void startSession() {
-        ASSERT_TRUE(manager->setupAndStartCaptureSession());
-        manager->resumeCaptureSession();
-        ASSERT_TRUE(waitFor([&] { return manager->captureSession()->isRunning(); }));
-    }
-
-    // One frame time of the 30 fps camera at a time, each frame rendered before the next.
-    void frames(int count) {
-        for (int i = 0; i < count; ++i) {
-            const int before = delegate->events().rendered;
-            // A hair past the frame's time, which the clock holds in whole nanoseconds.
-            clock.advance(1.0 / 30 + 1e-7);
-            ASSERT_TRUE(delegate->waitUntil([&](const auto& e) { return e.rendered > before; }))
-                << "frames made " << devices->backCamera()->deliveredFrameCount();
-        }
     }
 
     void record(int framesWhileRecording) {
@@ -80,17 +47,6 @@ class SessionManagerTest : public ::testing::Test {
         ASSERT_TRUE(delegate->waitForCall("recordingDidStart"));
         frames(framesWhileRecording);
         manager->stopRecording();
-    }
-
-    static bool waitFor(const std::function<bool()>& condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        return true;
     }
 
     std::vector<MediaTime> appendedVideoTimes() const {
@@ -103,22 +59,10 @@ class SessionManagerTest : public ::testing::Test {
         return times;
     }
 
-    foundation::ManualClock clock{1700000000.0};
-    platform::MemoryUserDefaults defaults;
-    screen::SettingsCache cache;
-    screen::SettingsStore store{defaults, cache};
-    std::shared_ptr<platform::SimCaptureDeviceDiscovery> devices =
-        std::make_shared<platform::SimCaptureDeviceDiscovery>(clock);
     std::shared_ptr<platform::MemoryPhotoLibrary> library =
         std::make_shared<platform::MemoryPhotoLibrary>();
     std::shared_ptr<testing::FakeAssetWriterFactory> writers =
         std::make_shared<testing::FakeAssetWriterFactory>();
-    std::shared_ptr<foundation::SerialQueue> delegateQueue =
-        foundation::SerialQueue::create("test delegate queue");
-    std::shared_ptr<foundation::SerialQueue> mainQueue =
-        foundation::SerialQueue::create("test main queue");
-    std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
-    std::shared_ptr<ZephrinSessionManager> manager;
     std::filesystem::path _directory;
 };
 
