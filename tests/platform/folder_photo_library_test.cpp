@@ -178,10 +178,28 @@ class FolderPhotoLibraryTest : public ::testing::Test {
         return error ? "" : identifier;
     }
 
-    std::pair<std::optional<PhotoThumbnail>, std::optional<foundation::Error>> thumbnail(
-        const std::string& identifier, int size) {
-        std::promise<std::pair<std::optional<PhotoThumbnail>, std::optional<foundation::Error>>>
-            answered;
+    // Moves a file in as a movie under `name`; answers the error, or nothing.
+    std::optional<foundation::Error> moveIn(const fs::path& source, const std::string& name,
+                                            std::string* identifier = nullptr) {
+        return perform([&](PhotoLibraryChanges& changes) {
+            const auto added = changes.addResourceWithTypeFileURL(PHAssetResourceType::Video,
+                                                                  source, {name, true});
+            if (identifier) {
+                *identifier = added;
+            }
+        });
+    }
+    // A movie waiting in a temporary folder, as a recording leaves it.
+    fs::path waitingMovie() const {
+        const auto source = root / "tmp" / "Movie.MOV";
+        writeFile(source, "movie");
+        return source;
+    }
+
+    using ThumbnailAnswer =
+        std::pair<std::optional<PhotoThumbnail>, std::optional<foundation::Error>>;
+    ThumbnailAnswer thumbnail(const std::string& identifier, int size) {
+        std::promise<ThumbnailAnswer> answered;
         library->requestImageForAsset(identifier, size, [&](const auto& image, const auto& error) {
             answered.set_value({image, error});
         });
@@ -209,10 +227,8 @@ class FolderPhotoLibraryTest : public ::testing::Test {
     std::unique_ptr<FolderPhotoLibrary> library;
 };
 
-TEST(PhotoLibraryFolderTest, TheFolderFollowsTheEnvironmentInOrder) {
-    std::string pattern = (fs::temp_directory_path() / "orvane-dirs-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    const fs::path config = pattern;
+TEST_F(FolderPhotoLibraryTest, TheFolderFollowsTheEnvironmentInOrder) {
+    const fs::path config = root / "config";
     writeFile(config / "user-dirs.dirs",
               "# written by xdg-user-dirs-update\nXDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
     struct Row {
@@ -246,7 +262,6 @@ TEST(PhotoLibraryFolderTest, TheFolderFollowsTheEnvironmentInOrder) {
         EXPECT_EQ(location.directory, row.expected);
         EXPECT_EQ(location.chosenByUser, row.chosenByUser) << row.expected;
     }
-    fs::remove_all(config);
 }
 
 TEST(PhotoLibraryFolderTest, UserDirsLinesAreReadAsTheShellWould) {
@@ -292,13 +307,9 @@ TEST_F(FolderPhotoLibraryTest, AccessLevelsAnswerAsTheStoredSettingSays) {
 }
 
 TEST_F(FolderPhotoLibraryTest, AMovedMovieIsReadBackByItsIdentifier) {
-    const auto source = root / "tmp" / "Movie.MOV";
-    writeFile(source, "movie bytes");
+    const auto source = waitingMovie();
     std::string identifier;
-    const auto error = perform([&](PhotoLibraryChanges& changes) {
-        identifier = changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, source,
-                                                        {"20240101_120000.MOV", true});
-    });
+    const auto error = moveIn(source, "20240101_120000.MOV", &identifier);
     ASSERT_FALSE(error) << error->message();
     EXPECT_FALSE(fs::exists(source));
     const auto found = library->fetchAssetsWithLocalIdentifiers({identifier, "NOT-THERE"});
@@ -310,7 +321,7 @@ TEST_F(FolderPhotoLibraryTest, AMovedMovieIsReadBackByItsIdentifier) {
     EXPECT_EQ(asset.path, folder / "20240101_120000.MOV");
     EXPECT_EQ(asset.originalFilename, "20240101_120000.MOV");
     EXPECT_EQ(asset.creationDate, kNow);
-    EXPECT_EQ(readFile(asset.path), "movie bytes");
+    EXPECT_EQ(readFile(asset.path), "movie");
 
     // A new library object reads the same index from disk.
     library = make(folder);
@@ -326,9 +337,7 @@ TEST_F(FolderPhotoLibraryTest, AMoveAcrossFileSystemsCopiesThenRemovesTheSource)
     }
     const fs::path source = "/dev/shm/orvane-library-test-" + std::to_string(::getpid());
     writeFile(source, "across");
-    const auto error = perform([&](PhotoLibraryChanges& changes) {
-        changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, source, {"A.MOV", true});
-    });
+    const auto error = moveIn(source, "A.MOV");
     ASSERT_FALSE(error) << error->message();
     EXPECT_FALSE(fs::exists(source));
     EXPECT_EQ(readFile(folder / "A.MOV"), "across");
@@ -394,8 +403,7 @@ TEST_F(FolderPhotoLibraryTest, AlbumsAreMadeFoundAndFilled) {
 }
 
 TEST_F(FolderPhotoLibraryTest, AFailedBlockLeavesNoFileAndNoRecord) {
-    const auto source = root / "tmp" / "Movie.MOV";
-    writeFile(source, "movie");
+    const auto source = waitingMovie();
     const auto error = perform([&](PhotoLibraryChanges& changes) {
         changes.addResourceWithTypeData(PHAssetResourceType::Photo, blob("x"), {"X.JPG", false});
         const auto movie =
@@ -411,7 +419,8 @@ TEST_F(FolderPhotoLibraryTest, AFailedBlockLeavesNoFileAndNoRecord) {
 
 TEST_F(FolderPhotoLibraryTest, AddOnlyAccessWritesButReadsNothingBack) {
     defaults.setString(kPhotoLibraryAccessLevelKey, "addOnly");
-    EXPECT_NE(addData("bytes", "A.JPG"), "");
+    const auto identifier = addData("bytes", "A.JPG");
+    EXPECT_NE(identifier, "");
     EXPECT_EQ(readFile(folder / "A.JPG"), "bytes");
     const auto assets = library->fetchAssets();
     ASSERT_TRUE(assets.error);
@@ -423,10 +432,6 @@ TEST_F(FolderPhotoLibraryTest, AddOnlyAccessWritesButReadsNothingBack) {
     });
     ASSERT_TRUE(album);
     EXPECT_EQ(album->code, kPhotoLibraryAccessDenied);
-
-    defaults.setString(kPhotoLibraryAccessLevelKey, "full");
-    const auto identifier = library->fetchAssets().values.at(0).localIdentifier;
-    defaults.setString(kPhotoLibraryAccessLevelKey, "addOnly");
     EXPECT_EQ(thumbnail(identifier, 128).second->code, kPhotoLibraryAccessDenied);
 }
 
@@ -505,61 +510,42 @@ TEST_F(FolderPhotoLibraryTest, AJpegThumbnailIsCachedWithItsUriAndTime) {
     EXPECT_EQ(pngTextChunks(expected).at("Thumb::MTime"), std::to_string(status.st_mtim.tv_sec));
 }
 
-TEST_F(FolderPhotoLibraryTest, AMovieThumbnailIsItsFirstFrame) {
+TEST_F(FolderPhotoLibraryTest, AMovieThumbnailIsItsFirstFrameTurnedAsPlayersTurnIt) {
     if (std::system("command -v ffmpeg >/dev/null 2>&1") != 0) {
         GTEST_SKIP() << "the ffmpeg command is not installed";
     }
-    const auto movie = root / "tmp" / "Movie.MOV";
-    fs::create_directories(movie.parent_path());
-    const std::string command =
-        "ffmpeg -nostdin -loglevel error -f lavfi -i "
-        "testsrc=size=320x180:rate=10 -t 0.5 -c:v mpeg4 -y '" +
-        movie.string() + "'";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    std::string identifier;
-    ASSERT_FALSE(perform([&](PhotoLibraryChanges& changes) {
-        identifier = changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, movie,
-                                                        {"Clip.MOV", true});
-    }));
-    const auto [answer, error] = thumbnail(identifier, 200);
+    // Red on the left, blue on the right; the turned copy is tagged to be shown a quarter turn
+    // anticlockwise (as FFmpeg's own players turn it), so its red ends at the bottom.
+    const auto plain = root / "tmp" / "Plain.MOV";
+    const auto turned = root / "tmp" / "Turned.MOV";
+    fs::create_directories(plain.parent_path());
+    const std::string ffmpeg = "ffmpeg -nostdin -loglevel error ";
+    const std::string make =
+        ffmpeg + "-f lavfi -i 'color=c=red:s=160x180:d=0.3[l];color=c=blue:s=160x180:d=0.3[r];" +
+        "[l][r]hstack' -c:v mpeg4 -y '" + plain.string() + "' && " + ffmpeg + "-i '" +
+        plain.string() + "' -c copy -metadata:s:v:0 rotate=90 -y '" + turned.string() + "'";
+    ASSERT_EQ(std::system(make.c_str()), 0);
+    std::string plainIdentifier;
+    std::string turnedIdentifier;
+    ASSERT_FALSE(moveIn(plain, "Plain.MOV", &plainIdentifier));
+    ASSERT_FALSE(moveIn(turned, "Turned.MOV", &turnedIdentifier));
+
+    const auto [answer, error] = thumbnail(plainIdentifier, 200);
     ASSERT_FALSE(error) << error->message();
     ASSERT_TRUE(answer && answer->image);
     EXPECT_EQ(answer->image->width(), 256);
     EXPECT_EQ(answer->image->height(), 144);
     EXPECT_EQ(answer->file.parent_path(), root / "thumbnails" / "large");
     EXPECT_EQ(pngTextChunks(answer->file).at("Thumb::URI"),
-              "file://" + (folder / "Clip.MOV").string());
-}
+              "file://" + (folder / "Plain.MOV").string());
 
-TEST_F(FolderPhotoLibraryTest, AMovieRecordedTurnedIsShownAsPlayersShowIt) {
-    if (std::system("command -v ffmpeg >/dev/null 2>&1") != 0) {
-        GTEST_SKIP() << "the ffmpeg command is not installed";
-    }
-    // Red on the left, blue on the right, tagged to be shown a quarter turn anticlockwise (as
-    // FFmpeg's own players turn it): red ends at the bottom.
-    const auto plain = root / "tmp" / "plain.MOV";
-    const auto movie = root / "tmp" / "Movie.MOV";
-    fs::create_directories(movie.parent_path());
-    const std::string make =
-        "ffmpeg -nostdin -loglevel error -f lavfi -i "
-        "'color=c=red:s=160x180:d=0.3[l];color=c=blue:s=160x180:d=0.3[r];[l][r]hstack' "
-        "-c:v mpeg4 -y '" +
-        plain.string() + "' && ffmpeg -nostdin -loglevel error -i '" + plain.string() +
-        "' -c copy -metadata:s:v:0 rotate=90 -y '" + movie.string() + "'";
-    ASSERT_EQ(std::system(make.c_str()), 0);
-    std::string identifier;
-    ASSERT_FALSE(perform([&](PhotoLibraryChanges& changes) {
-        identifier = changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, movie,
-                                                        {"Turned.MOV", true});
-    }));
-    const auto [answer, error] = thumbnail(identifier, 128);
-    ASSERT_FALSE(error) << error->message();
-    ASSERT_TRUE(answer && answer->image);
-    EXPECT_EQ(answer->image->width(), 72);
-    EXPECT_EQ(answer->image->height(), 128);
-    const PixelBufferReadLock lock(*answer->image);
-    const auto* top = lock.data() + 10 * answer->image->bytesPerRow() + 4 * 36;
-    const auto* bottom = lock.data() + 118 * answer->image->bytesPerRow() + 4 * 36;
+    const auto image = thumbnail(turnedIdentifier, 128).first;
+    ASSERT_TRUE(image && image->image);
+    EXPECT_EQ(image->image->width(), 72);
+    EXPECT_EQ(image->image->height(), 128);
+    const PixelBufferReadLock lock(*image->image);
+    const auto* top = lock.data() + 10 * image->image->bytesPerRow() + 4 * 36;
+    const auto* bottom = lock.data() + 118 * image->image->bytesPerRow() + 4 * 36;
     EXPECT_GT(top[0], 180);  // blue
     EXPECT_LT(top[2], 80);
     EXPECT_GT(bottom[2], 180);  // red
@@ -580,11 +566,8 @@ TEST_F(FolderPhotoLibraryTest, AnUnwritableFolderKeepsTheSource) {
     if (!protection.active()) {
         GTEST_SKIP() << "cannot make the folder refuse writes here";
     }
-    const auto source = root / "tmp" / "Movie.MOV";
-    writeFile(source, "movie");
-    const auto error = perform([&](PhotoLibraryChanges& changes) {
-        changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, source, {"M.MOV", true});
-    });
+    const auto source = waitingMovie();
+    const auto error = moveIn(source, "M.MOV");
     ASSERT_TRUE(error);
     EXPECT_EQ(error->code, kPhotoLibraryWriteFailed);
     EXPECT_TRUE(error->description.starts_with("Cannot write to the photo library at " +
@@ -602,11 +585,8 @@ TEST_F(FolderPhotoLibraryTest, AnUnwritableFolderKeepsTheSource) {
 TEST_F(FolderPhotoLibraryTest, AMissingChosenFolderIsReportedNotMade) {
     const auto unmounted = root / "card" / "DCIM";
     library = make(unmounted, true);
-    const auto source = root / "tmp" / "Movie.MOV";
-    writeFile(source, "movie");
-    const auto error = perform([&](PhotoLibraryChanges& changes) {
-        changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, source, {"M.MOV", true});
-    });
+    const auto source = waitingMovie();
+    const auto error = moveIn(source, "M.MOV");
     ASSERT_TRUE(error);
     EXPECT_EQ(error->description, "Cannot write to the photo library at " + unmounted.string() +
                                       ": No such file or directory");
@@ -615,9 +595,7 @@ TEST_F(FolderPhotoLibraryTest, AMissingChosenFolderIsReportedNotMade) {
 
     // The default folder is made with its parents.
     library = make(unmounted, false);
-    EXPECT_FALSE(perform([&](PhotoLibraryChanges& changes) {
-        changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, source, {"M.MOV", true});
-    }));
+    EXPECT_FALSE(moveIn(source, "M.MOV"));
     EXPECT_EQ(readFile(unmounted / "M.MOV"), "movie");
 }
 
@@ -628,11 +606,8 @@ TEST_F(FolderPhotoLibraryTest, AReadOnlyIndexRefusesWritesAndKeepsTheSource) {
     if (!protection.active()) {
         GTEST_SKIP() << "cannot make the index refuse writes here";
     }
-    const auto source = root / "tmp" / "Movie.MOV";
-    writeFile(source, "movie");
-    const auto error = perform([&](PhotoLibraryChanges& changes) {
-        changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, source, {"M.MOV", true});
-    });
+    const auto source = waitingMovie();
+    const auto error = moveIn(source, "M.MOV");
     ASSERT_TRUE(error);
     EXPECT_EQ(error->code, kPhotoLibraryWriteFailed);
     EXPECT_TRUE(error->description.starts_with("Cannot write to the photo library at "))
@@ -650,22 +625,15 @@ TEST_F(FolderPhotoLibraryTest, ACorruptIndexIsReportedAndLeftAlone) {
     EXPECT_EQ(assets.error->code, kPhotoLibraryIndexUnreadable);
     EXPECT_NE(assets.error->description.find("cannot be read"), std::string::npos)
         << assets.error->description;
-    const auto source = root / "tmp" / "Movie.MOV";
-    writeFile(source, "movie");
-    const auto error = perform([&](PhotoLibraryChanges& changes) {
-        changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, source, {"M.MOV", true});
-    });
-    ASSERT_TRUE(error);
+    const auto source = waitingMovie();
+    ASSERT_TRUE(moveIn(source, "M.MOV"));
     EXPECT_EQ(readFile(source), "movie");
     EXPECT_EQ(readFile(folder / LibraryIndex::kFileName), garbage);
     EXPECT_TRUE(filesInFolder().empty());
 }
 
 TEST_F(FolderPhotoLibraryTest, AMissingSourceIsNamedInTheError) {
-    const auto error = perform([&](PhotoLibraryChanges& changes) {
-        changes.addResourceWithTypeFileURL(PHAssetResourceType::Video, root / "gone.MOV",
-                                           {"M.MOV", true});
-    });
+    const auto error = moveIn(root / "gone.MOV", "M.MOV");
     ASSERT_TRUE(error);
     EXPECT_EQ(error->description,
               "Cannot read " + (root / "gone.MOV").string() + ": No such file or directory");
