@@ -428,9 +428,7 @@ TEST_F(MovieRecorderTest, PreparationFailuresEndInFailedWithTheError) {
         EXPECT_EQ(delegate->waitForEvents(1), Events{"failed"});
         EXPECT_TRUE(delegate->allOnQueue());
         EXPECT_EQ(recorder->status(), MovieRecorderStatus::Failed);
-        EXPECT_EQ(delegate->error().domain, row.expected.domain);
-        EXPECT_EQ(delegate->error().code, row.expected.code);
-        EXPECT_EQ(delegate->error().description, row.expected.description);
+        EXPECT_EQ(delegate->error().message(), row.expected.message());
         // Nothing starts after an earlier step failed.
         EXPECT_EQ(writer().called("startWriting"), factory->script->failStartWriting);
 
@@ -446,26 +444,22 @@ TEST_F(MovieRecorderTest, PreparationFailuresEndInFailedWithTheError) {
 }
 
 TEST_F(MovieRecorderTest, WriterFailuresWhileRecordingEndInFailedWithTheWritersError) {
-    // An append the writer refuses.
-    auto recorder = startRecording();
-    factory->script->failAppends = true;
-    recorder->appendVideoSampleBuffer(videoSample(0));
-    EXPECT_EQ(delegate->waitForEvents(2), (Events{"prepared", "failed"}));
-    EXPECT_EQ(recorder->status(), MovieRecorderStatus::Failed);
-    EXPECT_EQ(delegate->error().description, "encoder failed");
-    EXPECT_TRUE(waitForWriterDestroyed());
-    EXPECT_FALSE(writer().called("finishWriting"));
-
-    // A finish that fails.
-    factory = std::make_shared<FakeAssetWriterFactory>();
-    factory->script->failFinish = true;
-    delegate = std::make_shared<RecordingDelegate>(callbackQueue);
-    recorder = startRecording();
-    recorder->finishRecording();
-    EXPECT_EQ(delegate->waitForEvents(2), (Events{"prepared", "failed"}));
-    EXPECT_EQ(recorder->status(), MovieRecorderStatus::Failed);
-    EXPECT_EQ(delegate->error().description, "disk full");
-    EXPECT_TRUE(waitForWriterDestroyed());
+    // An append the writer refuses, and a finish that fails.
+    for (const bool append : {true, false}) {
+        SCOPED_TRACE(append ? "append" : "finish");
+        factory = std::make_shared<FakeAssetWriterFactory>();
+        factory->script->failAppends = append;
+        factory->script->failFinish = !append;
+        delegate = std::make_shared<RecordingDelegate>(callbackQueue);
+        auto recorder = startRecording();
+        append ? recorder->appendVideoSampleBuffer(videoSample(0)) : recorder->finishRecording();
+        EXPECT_EQ(delegate->waitForEvents(2), (Events{"prepared", "failed"}));
+        EXPECT_EQ(recorder->status(), MovieRecorderStatus::Failed);
+        EXPECT_EQ(delegate->error().description, append ? "encoder failed" : "disk full");
+        EXPECT_TRUE(waitForWriterDestroyed());
+        // A refused append fails at once, without finishing the file.
+        EXPECT_EQ(writer().called("finishWriting"), !append);
+    }
 }
 
 platform::Location at(double latitude, double longitude, std::optional<double> altitude) {
