@@ -20,6 +20,7 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <thread>
+#include <tuple>
 
 #include "foundation/log.h"
 
@@ -174,13 +175,15 @@ TEST(JsonFileUserDefaultsDirectory, FollowsXdgConfigHomeThenHome) {
     }
 }
 
-TEST_F(JsonFileUserDefaultsTest, BrokenFilesAreMovedAsideUnchanged) {
-    const std::pair<const char*, std::string> rows[] = {
-        {"truncated", "{\n    \"haveinit\": true,\n    \"UIMode\": "},
-        {"array at top level", "[\"haveinit\", true]"},
-        {"binary garbage", std::string("\x89PNG\r\n\x1a\n\0\0\xff\xfe", 12)},
-        {"not UTF-8 inside a string", "{\"InputText\": \"caf\xE9\"}"}};
-    for (const auto& [what, bytes] : rows) {
+TEST_F(JsonFileUserDefaultsTest, BrokenFilesAreMovedAsideUnchangedAndBlankOnesAreEmptyStores) {
+    const std::tuple<const char*, std::string, bool> rows[] = {
+        {"empty", "", false},
+        {"only white space", " \n\t\n", false},
+        {"truncated", "{\n    \"haveinit\": true,\n    \"UIMode\": ", true},
+        {"array at top level", "[\"haveinit\", true]", true},
+        {"binary garbage", std::string("\x89PNG\r\n\x1a\n\0\0\xff\xfe", 12), true},
+        {"not UTF-8 inside a string", "{\"InputText\": \"caf\xE9\"}", true}};
+    for (const auto& [what, bytes, broken] : rows) {
         SCOPED_TRACE(what);
         writeFile(bytes);
         logLines.clear();
@@ -188,21 +191,25 @@ TEST_F(JsonFileUserDefaultsTest, BrokenFilesAreMovedAsideUnchanged) {
         JsonFileUserDefaults store(dir);
         EXPECT_TRUE(store.allKeys().empty()) << "goes on with defaults";
         const auto stray = strayFiles(dir);
-        ASSERT_EQ(stray.size(), 1u);
-        const fs::path moved = stray[0];
-        EXPECT_TRUE(isMovedName(moved.filename().string())) << moved;
-        EXPECT_EQ(readBytes(moved), bytes);
-        EXPECT_FALSE(fs::exists(dir / "defaults.json"));
-
-        ASSERT_TRUE(store.recoveryMessage());
-        EXPECT_NE(store.recoveryMessage()->find(moved.string()), std::string::npos);
-        ASSERT_EQ(logLines.size(), 1u);
-        EXPECT_EQ(logLines[0], *store.recoveryMessage());
+        ASSERT_EQ(stray.size(), broken ? 1u : 0u);
+        ASSERT_EQ(store.recoveryMessage().has_value(), broken);
+        ASSERT_EQ(logLines.size(), broken ? 1u : 0u);
+        if (broken) {
+            const fs::path moved = stray[0];
+            EXPECT_TRUE(isMovedName(moved.filename().string())) << moved;
+            EXPECT_EQ(readBytes(moved), bytes);
+            EXPECT_FALSE(fs::exists(dir / "defaults.json"));
+            EXPECT_NE(store.recoveryMessage()->find(moved.string()), std::string::npos);
+            EXPECT_EQ(logLines[0], *store.recoveryMessage());
+        }
 
         store.setBool("haveinit", true);
         EXPECT_FALSE(store.lastWriteError());
         EXPECT_EQ(fileJson(), Json({{"haveinit", true}}));
-        EXPECT_EQ(readBytes(moved), bytes);
+        EXPECT_EQ(strayFiles(dir), stray);
+        for (const auto& moved : stray) {
+            EXPECT_EQ(readBytes(moved), bytes);
+        }
         fs::remove_all(dir);
     }
 }
@@ -217,19 +224,6 @@ TEST_F(JsonFileUserDefaultsTest, FileBrokenWhileRunningIsMovedAsideAndThisRunKee
     ASSERT_EQ(strayFiles(dir).size(), 1u);
     EXPECT_EQ(readBytes(strayFiles(dir)[0]), "{\"UIMode\": 2,");
     EXPECT_EQ(fileJson(), Json({{"UIMode", 1}, {"ShowGrid", true}}));
-}
-
-TEST_F(JsonFileUserDefaultsTest, AnEmptyFileIsAnEmptyStore) {
-    for (const char* bytes : {"", " \n\t\n"}) {
-        writeFile(bytes);
-        JsonFileUserDefaults store(dir);
-        EXPECT_FALSE(store.recoveryMessage());
-        EXPECT_TRUE(store.allKeys().empty());
-        EXPECT_TRUE(strayFiles(dir).empty());
-        store.setInteger("UIMode", 1);
-        EXPECT_EQ(fileJson(), Json({{"UIMode", 1}}));
-        fs::remove_all(dir);
-    }
 }
 
 TEST_F(JsonFileUserDefaultsTest, MovedNameIsUniqueWhenTaken) {
