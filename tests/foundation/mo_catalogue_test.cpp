@@ -36,10 +36,11 @@ TEST(MoCatalogue, ReadsTheProgramsCataloguesInEitherByteOrder) {
         SCOPED_TRACE(path);
         const auto english = MoCatalogue::read(path);
         ASSERT_EQ(english->error(), "");
-        EXPECT_EQ(english->size(), 3u);
+        EXPECT_EQ(english->size(), 4u);
         EXPECT_STREQ(english->find("meter"), "Altitude:%.1fm");
         EXPECT_STREQ(english->find("ft"), "Altitude:%.1fft");
         EXPECT_STREQ(english->find("STRNone"), "None");
+        EXPECT_STREQ(english->find("STRcancel"), "Cancel");
         // Keys that are their own English text, and the header entry, give nothing.
         EXPECT_EQ(english->find("Speed"), nullptr);
         EXPECT_EQ(english->find(""), nullptr);
@@ -96,7 +97,7 @@ TEST(MoCatalogue, RefusesDamagedFilesWhole) {
     const std::uint32_t count = wordAt(good, 8);
     const std::uint32_t originals = wordAt(good, 12);
     const std::uint32_t translations = wordAt(good, 16);
-    ASSERT_EQ(count, 4u);  // the header entry and three texts
+    ASSERT_EQ(count, 5u);  // the header entry and four texts
 
     struct Row {
         const char* damage;
@@ -141,7 +142,7 @@ TEST(MoCatalogue, RefusesDamagedFilesWhole) {
         EXPECT_EQ(texts->find("STRNone"), nullptr);
     }
     // The untouched bytes parse, so each row above fails by its damage alone.
-    EXPECT_EQ(MoCatalogue::parse(good)->size(), 3u);
+    EXPECT_EQ(MoCatalogue::parse(good)->size(), 4u);
 }
 
 TEST(MoCatalogue, AMissingFileOrADirectoryIsAnError) {
