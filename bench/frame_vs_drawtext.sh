@@ -13,15 +13,9 @@ set -euo pipefail
 # As the orvane command runs: llvmpipe draws in the rendering thread unless told otherwise.
 export LP_NUM_THREADS=${LP_NUM_THREADS:-0}
 
-top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=${1:-$top/build/release}
-bench="$build/bench/orvane_bench"
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+bench_setup orvane_bench "${1:-}"
 frames=${ORVANE_DRAWTEXT_FRAMES:-1000}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-command -v ffmpeg >/dev/null || { echo "ffmpeg is not installed (scripts/install-deps)"; exit 1; }
-[[ -x "$bench" ]] || { echo "no $bench: build the release preset first (scripts/build release)"; exit 1; }
 
 # The frame, the stamp's five lines and its font size, as the benchmark uses them.
 ORVANE_BENCH_WRITE_DIR="$work" "$bench" --benchmark_filter='^BM_FramePass/copy' \

@@ -7,15 +7,9 @@
 # Usage: bench/record.sh [BUILD_DIR] (default build/release); ORVANE_RECORD_SECONDS (default 60)
 set -euo pipefail
 
-top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=${1:-$top/build/release}
-bench="$build/bench/orvane_record_bench"
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+bench_setup orvane_record_bench "${1:-}"
 seconds=${ORVANE_RECORD_SECONDS:-60}
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-command -v ffmpeg >/dev/null || { echo "ffmpeg is not installed (scripts/install-deps)"; exit 1; }
-[[ -x "$bench" ]] || { echo "no $bench: build the release preset first (scripts/build release)"; exit 1; }
 
 # The average bit rates the recorder gives these sizes at normal quality, in kbit/s.
 declare -A rate=([1280x720]=7096 [1920x1080]=15966)
