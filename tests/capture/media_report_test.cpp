@@ -48,40 +48,42 @@ TEST_F(MediaReportTest, EachOutcomeGetsItsReport) {
     }
 }
 
-TEST_F(MediaReportTest, TheLibrarysErrorIsShownInItsOwnWords) {
-    const MediaFileReport report = reportInsertedMediaFile(
-        std::nullopt,
-        foundation::Error{platform::kPhotoLibraryErrorDomain, platform::kPhotoLibraryWriteFailed,
-                          "The movie could not be added to the library.",
-                          "No space left on device"});
-    EXPECT_EQ(report.title, "The movie could not be added to the library.");
-    EXPECT_EQ(report.message, "No space left on device");
-    EXPECT_TRUE(report.actions.empty());
-
-    const MediaFileReport saidOnce = reportInsertedMediaFile(
-        std::nullopt,
-        foundation::Error{platform::kPhotoLibraryErrorDomain, platform::kPhotoLibraryWriteFailed,
-                          "Cannot write to the photo library at /x: Not a directory",
-                          "Not a directory"});
-    EXPECT_EQ(saidOnce.title, "Cannot write to the photo library at /x: Not a directory");
-    EXPECT_EQ(saidOnce.message, "");
-}
-
-TEST_F(MediaReportTest, WithoutAnErrorTheScreenSaysError) {
-    const MediaFileReport report = reportInsertedMediaFile(std::nullopt, std::nullopt);
-    EXPECT_EQ(report.title, "Error");
-    EXPECT_TRUE(report.actions.empty());
-}
-
-TEST_F(MediaReportTest, TheDeniedAlertOffersTheSettingsThenCancel) {
-    const MediaFileReport fromError = reportInsertedMediaFile(
-        std::nullopt, foundation::Error{"NSCocoaErrorDomain", 2047, "x", "y"});
-    const MediaFileReport direct = photoAccessDeniedReport();
-    for (const MediaFileReport& report : {fromError, direct}) {
-        EXPECT_EQ(report.title, "Photos Access Denied");
-        EXPECT_EQ(report.message, "You must allow photos access in Settings");
-        EXPECT_EQ(report.actions, (std::vector<std::string>{"Open Settings", "Cancel"}));
+TEST_F(MediaReportTest, EachReportCarriesItsTexts) {
+    const std::vector<std::string> denied{"Open Settings", "Cancel"};
+    const struct {
+        const char* name;
+        std::optional<foundation::Error> error;
+        const char* title;
+        const char* message;
+        std::vector<std::string> actions;
+    } rows[] = {
+        {"no error", std::nullopt, "Error", "", {}},
+        {"the library's own words",
+         foundation::Error{platform::kPhotoLibraryErrorDomain, platform::kPhotoLibraryWriteFailed,
+                           "The movie could not be added to the library.",
+                           "No space left on device"},
+         "The movie could not be added to the library.",
+         "No space left on device",
+         {}},
+        {"a reason already in the description is not said twice",
+         foundation::Error{platform::kPhotoLibraryErrorDomain, platform::kPhotoLibraryWriteFailed,
+                           "Cannot write to the photo library at /x: Not a directory",
+                           "Not a directory"},
+         "Cannot write to the photo library at /x: Not a directory",
+         "",
+         {}},
+        {"denied", foundation::Error{"NSCocoaErrorDomain", 2047, "x", "y"}, "Photos Access Denied",
+         "You must allow photos access in Settings", denied},
+    };
+    for (const auto& row : rows) {
+        const MediaFileReport report = reportInsertedMediaFile(std::nullopt, row.error);
+        EXPECT_EQ(report.title, row.title) << row.name;
+        EXPECT_EQ(report.message, row.message) << row.name;
+        EXPECT_EQ(report.actions, row.actions) << row.name;
     }
+    const MediaFileReport direct = photoAccessDeniedReport();
+    EXPECT_EQ(direct.title, "Photos Access Denied");
+    EXPECT_EQ(direct.actions, denied);
 }
 
 }  // namespace
