@@ -13,7 +13,7 @@
 #include "app/where_command.h"
 #include "foundation/Clock.h"
 #include "foundation/strings.h"
-#include "platform/linux/JsonFileUserDefaults.h"
+#include "platform/settings/JsonFileUserDefaults.h"
 #include "screen/settings_reset.h"
 
 namespace orvane::app {

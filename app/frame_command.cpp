@@ -8,8 +8,8 @@
 
 #include "compositor/ZephrinOpenGLView.h"
 #include "foundation/Clock.h"
-#include "platform/linux/EglContext.h"
-#include "platform/sim/test_scene.h"
+#include "platform/capture/test_scene.h"
+#include "platform/gl/EglContext.h"
 #include "stamp/LineDrawer.h"
 #include "stamp/coordinate_formats.h"
 #include "stamp/stamp_state.h"

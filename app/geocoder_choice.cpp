@@ -1,7 +1,7 @@
 #include "app/geocoder_choice.h"
 
-#include "platform/linux/NominatimGeocoder.h"
-#include "platform/linux/OfflineGeocoder.h"
+#include "platform/geocoding/NominatimGeocoder.h"
+#include "platform/geocoding/OfflineGeocoder.h"
 
 namespace orvane::app {
 

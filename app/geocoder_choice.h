@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "foundation/DispatchQueue.h"
-#include "platform/Geocoder.h"
+#include "platform/geocoding/Geocoder.h"
 #include "screen/settings_store.h"
 
 namespace orvane::app {

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <string>
 
-#include "platform/linux/FolderPhotoLibrary.h"
+#include "platform/library/FolderPhotoLibrary.h"
 
 namespace orvane::app {
 

@@ -5,8 +5,8 @@
 
 #include <ostream>
 
-#include "platform/PhotoLibrary.h"
-#include "platform/UserDefaults.h"
+#include "platform/library/PhotoLibrary.h"
+#include "platform/settings/UserDefaults.h"
 
 namespace orvane::app {
 

@@ -1,6 +1,6 @@
 #include "app/opened_store.h"
 
-#include "platform/linux/JsonFileUserDefaults.h"
+#include "platform/settings/JsonFileUserDefaults.h"
 
 namespace orvane::app {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "foundation/Error.h"
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 
 namespace orvane::app {
 

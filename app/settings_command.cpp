@@ -1,7 +1,7 @@
 #include "app/settings_command.h"
 
 #include "app/settings_values.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 
 namespace orvane::app {
 

@@ -8,7 +8,7 @@
 #include "app/row_output.h"
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
-#include "platform/linux/location_sources.h"
+#include "platform/location/location_sources.h"
 #include "stamp/LineDrawer.h"
 #include "stamp/location_updater.h"
 

@@ -13,8 +13,8 @@
 #include <filesystem>
 #include <thread>
 
-#include "platform/linux/FfmpegAssetWriter.h"
-#include "platform/sim/test_scene.h"
+#include "platform/capture/test_scene.h"
+#include "platform/writer/FfmpegAssetWriter.h"
 
 namespace orvane::platform {
 namespace {

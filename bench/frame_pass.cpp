@@ -15,9 +15,9 @@
 
 #include "compositor/ZephrinOpenGLView.h"
 #include "engine/gl_objects.h"
-#include "platform/linux/EglContext.h"
-#include "platform/sim/MemoryUserDefaults.h"
-#include "platform/sim/test_scene.h"
+#include "platform/capture/test_scene.h"
+#include "platform/gl/EglContext.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_loading.h"
 
 namespace {

@@ -8,7 +8,7 @@
 
 #include "engine/CCLabelTTF.h"
 #include "engine/text_raster.h"
-#include "platform/linux/EglContext.h"
+#include "platform/gl/EglContext.h"
 
 namespace {
 

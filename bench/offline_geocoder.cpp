@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/OfflineGeocoder.h"
-#include "platform/linux/places_file.h"
+#include "platform/geocoding/OfflineGeocoder.h"
+#include "platform/geocoding/places_file.h"
 
 namespace {
 

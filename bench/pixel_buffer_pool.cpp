@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "platform/PixelBufferPool.h"
+#include "platform/media/PixelBufferPool.h"
 
 namespace orvane::platform {
 namespace {

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/EglContext.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/gl/EglContext.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_loading.h"
 #include "stamp/LineDrawer.h"
 

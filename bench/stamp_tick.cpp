@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_loading.h"
 #include "stamp/LineDrawer.h"
 

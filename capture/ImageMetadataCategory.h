@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/ImageProperties.h"
-#include "platform/Location.h"
+#include "platform/image/ImageProperties.h"
+#include "platform/location/Location.h"
 
 namespace orvane::capture {
 

@@ -21,10 +21,10 @@
 #include "foundation/DispatchQueue.h"
 #include "foundation/Error.h"
 #include "foundation/ObjectLock.h"
-#include "platform/AssetWriter.h"
-#include "platform/FormatDescription.h"
-#include "platform/Location.h"
-#include "platform/SampleBuffer.h"
+#include "platform/location/Location.h"
+#include "platform/media/FormatDescription.h"
+#include "platform/media/SampleBuffer.h"
+#include "platform/writer/AssetWriter.h"
 
 namespace orvane::screen {
 class SettingsCache;

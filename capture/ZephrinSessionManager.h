@@ -22,10 +22,10 @@
 #include "foundation/DispatchQueue.h"
 #include "foundation/Error.h"
 #include "foundation/ObjectLock.h"
-#include "platform/CaptureSession.h"
-#include "platform/FormatDescription.h"
-#include "platform/PhotoLibrary.h"
-#include "platform/PixelBufferPool.h"
+#include "platform/capture/CaptureSession.h"
+#include "platform/library/PhotoLibrary.h"
+#include "platform/media/FormatDescription.h"
+#include "platform/media/PixelBufferPool.h"
 
 namespace orvane::screen {
 class SettingsStore;

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 
 namespace orvane::screen {
 class SettingsCache;

@@ -1,7 +1,7 @@
 #include "capture/media_report.h"
 
 #include "foundation/strings.h"
-#include "platform/PhotoLibrary.h"
+#include "platform/library/PhotoLibrary.h"
 
 namespace orvane::capture {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/AssetWriter.h"
-#include "platform/Location.h"
-#include "platform/UserDefaults.h"
+#include "platform/location/Location.h"
+#include "platform/settings/UserDefaults.h"
+#include "platform/writer/AssetWriter.h"
 
 namespace orvane::capture {
 

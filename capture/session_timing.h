@@ -7,8 +7,8 @@
 #include <deque>
 #include <optional>
 
-#include "platform/AssetWriter.h"
-#include "platform/MediaTime.h"
+#include "platform/media/MediaTime.h"
+#include "platform/writer/AssetWriter.h"
 
 namespace orvane::capture {
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "platform/AssetWriter.h"
+#include "platform/writer/AssetWriter.h"
 
 namespace orvane::capture {
 

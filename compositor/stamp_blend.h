@@ -12,7 +12,7 @@
 #include <optional>
 
 #include "compositor/overlay_placement.h"
-#include "platform/PixelBuffer.h"
+#include "platform/media/PixelBuffer.h"
 
 namespace orvane::compositor {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "foundation/log.h"
-#include "platform/linux/data_directory.h"
+#include "platform/system/data_directory.h"
 
 namespace orvane::engine {
 namespace {

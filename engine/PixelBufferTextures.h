@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "engine/gl_objects.h"
-#include "platform/PixelBuffer.h"
+#include "platform/media/PixelBuffer.h"
 
 namespace orvane::engine {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "foundation/log.h"
-#include "platform/GLContext.h"
+#include "platform/gl/GLContext.h"
 
 namespace orvane::engine {
 namespace gl_detail {

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "foundation/Color.h"
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 #include "screen/settings_shared_value.h"
 
 namespace orvane::screen {

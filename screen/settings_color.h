@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "foundation/Color.h"
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 
 namespace orvane::screen {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 
 namespace orvane::screen {
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <type_traits>
 
-#include "platform/PhotoLibrary.h"
+#include "platform/library/PhotoLibrary.h"
 
 namespace orvane::screen {
 

@@ -12,7 +12,7 @@
 #include <variant>
 
 #include "foundation/Color.h"
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 #include "screen/settings_store.h"
 
 namespace orvane::screen {

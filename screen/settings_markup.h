@@ -2,7 +2,7 @@
 #pragma once
 
 #include "foundation/Color.h"
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 
 namespace orvane::screen {
 

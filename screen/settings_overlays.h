@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 
 namespace orvane::screen {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "foundation/Color.h"
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 
 namespace orvane::screen {
 

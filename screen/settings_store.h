@@ -3,7 +3,7 @@
 // state of its own; a setter writes at once.
 #pragma once
 
-#include "platform/UserDefaults.h"
+#include "platform/settings/UserDefaults.h"
 #include "screen/settings_cache.h"
 #include "screen/settings_email.h"
 #include "screen/settings_gl_view.h"

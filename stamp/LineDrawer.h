@@ -22,7 +22,7 @@
 #include "engine/geometry.h"
 #include "foundation/Color.h"
 #include "foundation/thread_annotations.h"
-#include "platform/GLContext.h"
+#include "platform/gl/GLContext.h"
 
 #include "screen/settings_cache.h"
 #include "screen/settings_first_run.h"

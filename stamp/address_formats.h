@@ -13,7 +13,7 @@
 
 #include "foundation/Error.h"
 #include "foundation/thread_annotations.h"
-#include "platform/Geocoder.h"
+#include "platform/geocoding/Geocoder.h"
 #include "screen/settings_stamp_layer.h"
 
 namespace orvane::stamp {

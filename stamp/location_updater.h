@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "foundation/Error.h"
-#include "platform/Geocoder.h"
-#include "platform/LocationManager.h"
+#include "platform/geocoding/Geocoder.h"
+#include "platform/location/LocationManager.h"
 #include "stamp/LineDrawer.h"
 #include "stamp/stamp_state.h"
 

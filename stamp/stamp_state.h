@@ -12,7 +12,7 @@
 #include <string>
 
 #include "foundation/Clock.h"
-#include "platform/Location.h"
+#include "platform/location/Location.h"
 
 namespace orvane::stamp {
 

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "app/command_line.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_keys.h"
 #include "tests/screen/settings_test_support.h"
 

@@ -4,8 +4,8 @@
 #include <future>
 
 #include "foundation/Clock.h"
-#include "platform/linux/FolderPhotoLibrary.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/library/FolderPhotoLibrary.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "tests/app/command_test_support.h"
 
 namespace orvane::app {

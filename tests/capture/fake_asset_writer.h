@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/AssetWriter.h"
+#include "platform/writer/AssetWriter.h"
 
 namespace orvane::capture::testing {
 

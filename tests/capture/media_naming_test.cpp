@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_cache.h"
 #include "screen/settings_session.h"
 #include "tests/capture/scoped_time_zone.h"

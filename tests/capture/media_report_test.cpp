@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/strings.h"
-#include "platform/PhotoLibrary.h"
+#include "platform/library/PhotoLibrary.h"
 
 namespace orvane::capture {
 namespace {

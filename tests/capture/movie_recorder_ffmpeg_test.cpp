@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "capture/MovieRecorder.h"
-#include "platform/linux/FfmpegAssetWriter.h"
+#include "platform/writer/FfmpegAssetWriter.h"
 #include "screen/settings_cache.h"
 #include "tests/foundation/dispatch_test_support.h"
 

@@ -11,7 +11,7 @@
 
 #include "fake_asset_writer.h"
 #include "foundation/exceptions.h"
-#include "platform/sim/MemoryPhotoLibrary.h"
+#include "platform/library/MemoryPhotoLibrary.h"
 #include "session_rig.h"
 
 namespace orvane::capture {

@@ -9,10 +9,10 @@
 #include <thread>
 
 #include "capture/ZephrinSessionManager.h"
-#include "platform/linux/FfmpegAssetWriter.h"
-#include "platform/linux/FolderPhotoLibrary.h"
+#include "platform/library/FolderPhotoLibrary.h"
+#include "platform/writer/FfmpegAssetWriter.h"
 #include "session_rig.h"
-#include "tests/platform/movie_probe.h"
+#include "tests/platform/writer/movie_probe.h"
 
 namespace orvane::capture {
 namespace {

@@ -16,8 +16,8 @@
 
 #include "capture/ZephrinSessionManager.h"
 #include "foundation/Clock.h"
-#include "platform/sim/MemoryUserDefaults.h"
-#include "platform/sim/SimCaptureDeviceDiscovery.h"
+#include "platform/capture/SimCaptureDeviceDiscovery.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_store.h"
 
 namespace orvane::capture::testing {

@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "platform/AssetWriter.h"
+#include "platform/writer/AssetWriter.h"
 
 namespace orvane::capture {
 namespace {

@@ -10,7 +10,7 @@
 #include <limits>
 #include <string>
 
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_first_run.h"
 #include "screen/settings_keys.h"
 #include "screen/settings_store.h"

@@ -12,7 +12,7 @@
 #include "engine/gl_objects.h"
 #include "foundation/Clock.h"
 #include "foundation/strings.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_first_run.h"
 #include "screen/settings_loading.h"
 #include "stamp/stamp_state.h"

@@ -16,8 +16,8 @@
 
 #include "foundation/log.h"
 
-#include "platform/GLContext.h"
-#include "platform/linux/EglContext.h"
+#include "platform/gl/EglContext.h"
+#include "platform/gl/GLContext.h"
 
 namespace orvane::testing {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_store.h"
 
 namespace orvane::screen::testing {

@@ -9,7 +9,7 @@
 
 #include "foundation/log.h"
 #include "foundation/strings.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 
 namespace orvane::stamp {
 namespace {

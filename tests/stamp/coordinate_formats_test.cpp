@@ -13,7 +13,7 @@
 
 #include "foundation/log.h"
 #include "foundation/strings.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_store.h"
 #include "stamp/coordinate_formats.h"
 

@@ -10,7 +10,7 @@
 
 #include "engine/CCTexture2D.h"
 #include "foundation/application_state.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_loading.h"
 #include "stamp/LineDrawer.h"
 #include "stamp/stamp_font.h"

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <thread>
 
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_loading.h"
 #include "stamp/LineDrawer.h"
 

@@ -6,7 +6,7 @@
 
 #include "foundation/RunLoop.h"
 #include "foundation/log.h"
-#include "platform/sim/MemoryUserDefaults.h"
+#include "platform/settings/MemoryUserDefaults.h"
 
 namespace orvane::stamp {
 namespace {

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes platform/sim/sim_route_data.cpp: the simulated route, a loop of about five kilometres
+"""Writes platform/location/sim_route_data.cpp: the simulated route, a loop of about five kilometres
 through the centre of Bath, England, one point a second.
 
 The waypoints are street corners read off a map, with their heights above sea level rounded
@@ -62,7 +62,7 @@ def main():
     route = points()
     lines = [
         "// Made by tools/sim_route/make_sim_route.py; do not edit.",
-        '#include "platform/sim/sim_route.h"',
+        '#include "platform/location/sim_route.h"',
         "",
         "namespace orvane::platform {",
         "",
@@ -76,7 +76,7 @@ def main():
         "}  // namespace orvane::platform",
         "",
     ]
-    path = sys.argv[1] if len(sys.argv) > 1 else "platform/sim/sim_route_data.cpp"
+    path = sys.argv[1] if len(sys.argv) > 1 else "platform/location/sim_route_data.cpp"
     with open(path, "w") as f:
         f.write("\n".join(lines))
     print("%d points, %.0f m" % (len(route), sum(p[3] for p in route)))
