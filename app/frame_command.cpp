@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "compositor/ZephrinOpenGLView.h"
+#include "engine/cairo_handles.h"
 #include "foundation/Clock.h"
 #include "platform/capture/test_scene.h"
 #include "platform/gl/EglContext.h"
@@ -16,11 +17,6 @@
 
 namespace orvane::app {
 namespace {
-
-struct SurfaceDeleter {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-using Surface = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
 
 std::optional<std::pair<int, int>> parseSize(const std::string& text) {
     const auto x = text.find('x');
@@ -41,7 +37,7 @@ std::optional<std::pair<int, int>> parseSize(const std::string& text) {
 
 // Cairo's ARGB32 is premultiplied BGRA in memory on this byte order, as the frame is.
 platform::PixelBufferRef readPng(const std::string& path, std::string& problem) {
-    Surface png(cairo_image_surface_create_from_png(path.c_str()));
+    engine::CairoSurface png(cairo_image_surface_create_from_png(path.c_str()));
     if (cairo_surface_status(png.get()) != CAIRO_STATUS_SUCCESS) {
         problem = "cannot read \"" + path +
                   "\" as a PNG image: " + cairo_status_to_string(cairo_surface_status(png.get()));
@@ -54,7 +50,7 @@ platform::PixelBufferRef readPng(const std::string& path, std::string& problem) 
         problem = "\"" + path + "\" is too large a picture";
         return nullptr;
     }
-    Surface argb(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+    engine::CairoSurface argb(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
     cairo_t* cr = cairo_create(argb.get());
     cairo_set_source_rgb(cr, 0, 0, 0);
     cairo_paint(cr);
@@ -75,7 +71,7 @@ platform::PixelBufferRef readPng(const std::string& path, std::string& problem) 
 bool writePng(const platform::PixelBuffer& frame, const std::string& path, std::string& problem) {
     platform::PixelBufferReadLock lock(frame);
     // The frame is opaque; RGB24 writes it without an alpha channel.
-    Surface surface(cairo_image_surface_create_for_data(
+    engine::CairoSurface surface(cairo_image_surface_create_for_data(
         const_cast<unsigned char*>(lock.data()), CAIRO_FORMAT_RGB24, frame.width(), frame.height(),
         static_cast<int>(frame.bytesPerRow())));
     const cairo_status_t status = cairo_surface_write_to_png(surface.get(), path.c_str());

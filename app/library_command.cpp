@@ -4,6 +4,7 @@
 #include <ctime>
 #include <string>
 
+#include "foundation/local_time.h"
 #include "platform/library/FolderPhotoLibrary.h"
 
 namespace orvane::app {
@@ -11,12 +12,8 @@ namespace orvane::app {
 namespace {
 
 std::string localTime(double secondsSince1970) {
-    const auto seconds = static_cast<std::time_t>(std::floor(secondsSince1970));
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    char text[40];
-    const auto length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &local);
-    std::string formatted(text, length);
+    std::string formatted = foundation::formatLocalTime(
+        static_cast<std::time_t>(std::floor(secondsSince1970)), "%Y-%m-%dT%H:%M:%S%z");
     // ISO 8601's extended form puts a colon in the offset: +0100 becomes +01:00.
     if (formatted.size() >= 5) {
         formatted.insert(formatted.size() - 2, ":");

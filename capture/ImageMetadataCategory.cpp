@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "foundation/local_time.h"
+
 namespace orvane::capture {
 
 namespace {
@@ -154,13 +156,7 @@ double trueHeading(const ImageProperties& properties) {
 }
 
 std::string getUTCFormattedDate(std::chrono::system_clock::time_point date) {
-    const std::time_t seconds =
-        std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(date));
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y:%m:%d %H:%M:%S", &local);
-    return text;
+    return foundation::formatLocalTime(date, "%Y:%m:%d %H:%M:%S");
 }
 
 std::string getUTCFormattedTime(std::chrono::system_clock::time_point date) {

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <string_view>
 
+#include "foundation/local_time.h"
 #include "screen/settings_cache.h"
 #include "screen/settings_session.h"
 
@@ -80,13 +81,7 @@ std::string extension(const MediaNameInputs& inputs) {
 }
 
 std::string stampText(std::chrono::system_clock::time_point now, const char* format) {
-    const std::time_t seconds =
-        std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(now));
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    char text[32];
-    std::strftime(text, sizeof text, format, &local);
-    return text;
+    return foundation::formatLocalTime(now, format);
 }
 
 std::optional<std::string> nameForIndex(const screen::SettingsCache& cache, std::int64_t index,

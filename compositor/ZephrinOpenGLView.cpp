@@ -10,6 +10,7 @@
 #include "engine/CCParticleFlower.h"
 #include "engine/CCParticleSystemQuad.h"
 #include "engine/CCTextureCache.h"
+#include "engine/geometry.h"
 #include "foundation/log.h"
 #include "foundation/strings.h"
 
@@ -173,8 +174,8 @@ void ZephrinOpenGLView::rotateWatermark(int orientation) {
             stampQuadVertices[i].store((*quad)[i]);
         }
     }
-    textRect[2].store(kStampTextureSize);
-    textRect[3].store(kStampTextureSize);
+    textRect[2].store(engine::kTextureSide);
+    textRect[3].store(engine::kTextureSide);
     if (const auto origin =
             provisionalTextOrigin(orientation, onlyFront, frameWidth.load(), frameHeight.load())) {
         textRect[0].store(static_cast<float>(origin->x));
@@ -210,8 +211,8 @@ void ZephrinOpenGLView::resetTimePositon() {
     const Margins margins =
         onlyFront ? Margins{}
                   : marginsFor(textDistance.load(), _cache.getMarginsMode(), width, height);
-    textRect[2].store(kStampTextureSize);
-    textRect[3].store(kStampTextureSize);
+    textRect[2].store(engine::kTextureSide);
+    textRect[3].store(engine::kTextureSide);
     if (const auto origin = textRectOrigin(orientation, position, margins, onlyFront, width, height,
                                            size.width, size.height)) {
         textRect[0].store(static_cast<float>(origin->x));
@@ -306,8 +307,8 @@ ZephrinOpenGLView::OverlayPlan ZephrinOpenGLView::planOverlays(int width, int he
         }
     }
     const RectF text = getTextRect();
-    plan.text = {static_cast<int>(text.x), static_cast<int>(text.y), kStampTextureSize,
-                 kStampTextureSize};
+    plan.text = {static_cast<int>(text.x), static_cast<int>(text.y), engine::kTextureSide,
+                 engine::kTextureSide};
     const engine::Size textSize = _lineDrawer ? _lineDrawer->textSize() : engine::Size{};
     plan.scissor =
         textScissor(orientation, PointF{text.x, text.y}, textSize.width, textSize.height);
@@ -539,7 +540,7 @@ bool ZephrinOpenGLView::copyAndBlendTextBlock(const OverlayPlan& plan,
         return copyOnly(true);
     }
     const auto map =
-        texelMapForQuad(getStampQuadVertices(), {plan.text[0], plan.text[1]}, kStampTextureSize);
+        texelMapForQuad(getStampQuadVertices(), {plan.text[0], plan.text[1]}, engine::kTextureSide);
     if (!map) {
         return copyOnly(true);
     }
@@ -564,8 +565,8 @@ bool ZephrinOpenGLView::copyAndBlendTextBlock(const OverlayPlan& plan,
     const PointI b = texelOf(clip[0] + clip[2] - 1, clip[1] + clip[3] - 1);
     const std::array<int, 4> texels{std::min(a.x, b.x), std::min(a.y, b.y), std::abs(a.x - b.x) + 1,
                                     std::abs(a.y - b.y) + 1};
-    if (texels[0] < 0 || texels[1] < 0 || texels[0] + texels[2] > kStampTextureSize ||
-        texels[1] + texels[3] > kStampTextureSize) {
+    if (texels[0] < 0 || texels[1] < 0 || texels[0] + texels[2] > engine::kTextureSide ||
+        texels[1] + texels[3] > engine::kTextureSide) {
         return copyOnly(true);
     }
     const std::uint64_t draws = _lineDrawer->drawCount();
@@ -899,8 +900,8 @@ void ZephrinOpenGLView::touchAt(float x, float y, float viewWidth, float viewHei
     }
     const float halfWidth = viewWidth * 0.5f;
     const float halfHeight = viewHeight * 0.5f;
-    _emitter->setSourcePosition({(x - halfWidth) * kStampTextureSize / halfWidth,
-                                 (y - halfHeight) * kStampTextureSize / halfHeight});
+    _emitter->setSourcePosition({(x - halfWidth) * engine::kTextureSide / halfWidth,
+                                 (y - halfHeight) * engine::kTextureSide / halfHeight});
     _emitter->setPosVar({0, 0});
 }
 
@@ -909,7 +910,7 @@ void ZephrinOpenGLView::touchEnded() {
         return;
     }
     _emitter->setSourcePosition({0, 0});
-    _emitter->setPosVar({kStampTextureSize, kStampTextureSize});
+    _emitter->setPosVar({engine::kTextureSide, engine::kTextureSide});
 }
 
 }  // namespace orvane::compositor

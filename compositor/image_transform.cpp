@@ -5,17 +5,11 @@
 #include <cstring>
 #include <memory>
 
+#include "engine/cairo_handles.h"
+
 namespace orvane::compositor {
 namespace {
 
-struct SurfaceDeleter {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-struct CairoDeleter {
-    void operator()(cairo_t* cr) const { cairo_destroy(cr); }
-};
-using Surface = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
-using Cairo = std::unique_ptr<cairo_t, CairoDeleter>;
 
 bool hasPixels(const Image& image) {
     return image.width > 0 && image.height > 0 &&
@@ -23,8 +17,8 @@ bool hasPixels(const Image& image) {
 }
 
 // Cairo keeps premultiplied pixels in native-endian ARGB words: B, G, R, A bytes here.
-Surface toSurface(const Image& image) {
-    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, image.width, image.height));
+engine::CairoSurface toSurface(const Image& image) {
+    engine::CairoSurface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, image.width, image.height));
     cairo_surface_flush(surface.get());
     unsigned char* data = cairo_image_surface_get_data(surface.get());
     const int stride = cairo_image_surface_get_stride(surface.get());
@@ -73,9 +67,9 @@ Image scaledImage(const Image& image, int width, int height) {
     if (width == image.width && height == image.height) {
         return image;
     }
-    Surface source = toSurface(image);
-    Surface target(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
-    Cairo cr(cairo_create(target.get()));
+    engine::CairoSurface source = toSurface(image);
+    engine::CairoSurface target(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+    engine::Cairo cr(cairo_create(target.get()));
     cairo_scale(cr.get(), static_cast<double>(width) / image.width,
                 static_cast<double>(height) / image.height);
     cairo_set_source_surface(cr.get(), source.get(), 0, 0);

@@ -1,5 +1,6 @@
 #include "compositor/overlay_placement.h"
 
+#include "engine/geometry.h"
 #include <algorithm>
 #include <cmath>
 
@@ -74,7 +75,7 @@ std::optional<std::array<float, 8>> stampQuad(int orientation, bool onlyFrontCam
 
 std::optional<PointF> provisionalTextOrigin(int orientation, bool onlyFrontCamera, int width,
                                             int height) {
-    const double far = kStampTextureSize;
+    const double far = engine::kTextureSide;
     switch (effectiveOrientation(orientation, onlyFrontCamera)) {
         case 1:
             return PointF{0, height - far};
@@ -100,7 +101,7 @@ std::optional<PointF> textRectOrigin(int orientation, std::int64_t timePosition,
     }
     const double dx = margins.dx;
     const double dy = margins.dy;
-    const double side = kStampTextureSize;
+    const double side = engine::kTextureSide;
     const bool bottom = timePosition >= 3;
     const auto along = static_cast<int>(timePosition % 3);  // 0 start, 1 centre, 2 end
     switch (effectiveOrientation(orientation, onlyFrontCamera)) {
@@ -126,7 +127,7 @@ std::optional<PointF> textRectOrigin(int orientation, std::int64_t timePosition,
 }
 
 std::optional<RectF> textScissor(int orientation, PointF origin, double tw, double th) {
-    const double side = kStampTextureSize;
+    const double side = engine::kTextureSide;
     switch (orientation) {
         case 1:
             return RectF{origin.x, origin.y + side - tw, th, tw};

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "engine/geometry.h"
 #include "stamp/stamp_font.h"
 
 namespace orvane::compositor {
@@ -20,9 +21,6 @@ inline constexpr int kOrientationPortrait = 1;
 inline constexpr int kOrientationPortraitUpsideDown = 2;
 inline constexpr int kOrientationLandscapeRight = 3;
 inline constexpr int kOrientationLandscapeLeft = 4;
-
-// The stamp texture's side in pixels.
-inline constexpr int kStampTextureSize = 1280;
 
 struct PointF {
     double x = 0;

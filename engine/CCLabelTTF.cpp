@@ -5,13 +5,13 @@
 #include <functional>
 #include <utility>
 
+#include "engine/geometry.h"
 #include "engine/text_raster.h"
 
 namespace orvane::engine {
 namespace {
 
 // The stamp's square side in pixels; a label's bitmap may take up to the screen's scale of it.
-constexpr float kStampSide = 1280.0f;
 
 std::atomic<float> screenScale{1.0f};
 
@@ -83,7 +83,7 @@ void CCLabelTTF::disableStrokeAndUpdateImage(bool updateImage) {
 void CCLabelTTF::updateTexture() {
     float scale = screenScale.load(std::memory_order_relaxed);
     scale = scale > 1.0f ? std::min(scale, 2.0f) : 1.0f;  // NaN too reads as 1
-    const int limit = static_cast<int>(scale * kStampSide);
+    const int limit = static_cast<int>(scale * kTextureSide);
     TextStyle style;
     style.fontName = _fontName;
     style.fontSize = _fontSize;

@@ -1,5 +1,6 @@
 #include "engine/CCParticleFlower.h"
 
+#include "engine/geometry.h"
 namespace orvane::engine {
 
 ParticleConfig CCParticleFlower::preset() {
@@ -37,7 +38,7 @@ ParticleConfig CCParticleFlower::preset() {
     c.additive = true;
     // Spread over the whole target: 1280 offset units each way from the centre.
     c.sourcePosition = {0.0f, 0.0f};
-    c.posVar = {1280.0f, 1280.0f};
+    c.posVar = {static_cast<float>(kTextureSide), static_cast<float>(kTextureSide)};
     return c;
 }
 

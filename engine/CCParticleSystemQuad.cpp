@@ -1,5 +1,6 @@
 #include "engine/CCParticleSystemQuad.h"
 
+#include "engine/geometry.h"
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -14,10 +15,10 @@ constexpr int kMaxParticles = 65536 / 4 - 1;
 constexpr int kFloatsPerVertex = 8;
 constexpr int kFloatsPerParticle = 4 * kFloatsPerVertex;
 constexpr GLint kParticleTextureUnit = 5;
-constexpr float kOffsetRange = 1280.0f;
+constexpr auto kOffsetRange = static_cast<float>(kTextureSide);
 
-std::atomic<float> cameraWidth{1280.0f};
-std::atomic<float> cameraHeight{1280.0f};
+std::atomic<float> cameraWidth{kOffsetRange};
+std::atomic<float> cameraHeight{kOffsetRange};
 
 const char* const kVertexShader = R"(
 attribute vec4 position;

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "engine/geometry.h"
 #include "engine/gl_objects.h"
 
 namespace orvane::engine {
@@ -35,7 +36,7 @@ void main() {
 constexpr GLint kSpriteTextureUnit = 7;
 
 // Offsets span -1280..1280 across the target.
-constexpr float kOffsetToClip = 1.0f / 1280.0f;
+constexpr float kOffsetToClip = 1.0f / kTextureSide;
 
 // Texture coordinates in the order of the quad's corners: (left, top), (right, top),
 // (left, bottom), (right, bottom), top being the smallest offset y. Flipped, the bitmap's row 0

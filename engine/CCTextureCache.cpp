@@ -6,16 +6,12 @@
 #include <cstring>
 #include <vector>
 
+#include "engine/cairo_handles.h"
 #include "foundation/log.h"
 #include "platform/system/data_directory.h"
 
 namespace orvane::engine {
 namespace {
-
-struct SurfaceDeleter {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-using Surface = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
 
 std::string withPngSuffix(const std::string& name) {
     constexpr std::string_view suffix = ".png";
@@ -50,7 +46,7 @@ std::shared_ptr<CCTexture2D> CCTextureCache::addImage(const std::string& name) {
 }
 
 std::shared_ptr<CCTexture2D> CCTextureCache::addImageFromFile(const std::string& path) {
-    const Surface surface(cairo_image_surface_create_from_png(path.c_str()));
+    const CairoSurface surface(cairo_image_surface_create_from_png(path.c_str()));
     const cairo_status_t status = cairo_surface_status(surface.get());
     if (status != CAIRO_STATUS_SUCCESS) {
         foundation::log("Cannot load the image %s: %s", path.c_str(),

@@ -5,6 +5,10 @@
 
 namespace orvane::engine {
 
+// The side in pixels of the square the stamp is drawn in and every render target of the scene
+// spans: offsets run from -kTextureSide to +kTextureSide on each axis, two units to a pixel.
+inline constexpr int kTextureSide = 1280;
+
 struct Point {
     float x = 0.0f;
     float y = 0.0f;

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <unordered_map>
 
+#include "engine/cairo_handles.h"
 #include "engine/font_names.h"
 
 namespace orvane::engine {
@@ -40,12 +41,6 @@ struct IterFree {
 };
 struct FontOptionsDestroy {
     void operator()(cairo_font_options_t* options) const { cairo_font_options_destroy(options); }
-};
-struct SurfaceDestroy {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-struct CairoDestroy {
-    void operator()(cairo_t* cr) const { cairo_destroy(cr); }
 };
 
 // One thread's font map and context, with the requests its font names resolved to.
@@ -229,7 +224,7 @@ TextBitmap rasterizeText(const std::string& utf8, const TextStyle& style) {
         bitmap.height = heightOfWholeLines(layout.get(), top, pad, style.maxHeight);
     }
 
-    const std::unique_ptr<cairo_surface_t, SurfaceDestroy> surface(
+    const CairoSurface surface(
         cairo_image_surface_create(CAIRO_FORMAT_ARGB32, bitmap.width, bitmap.height));
     if (const cairo_status_t status = cairo_surface_status(surface.get());
         status != CAIRO_STATUS_SUCCESS) {
@@ -237,7 +232,7 @@ TextBitmap rasterizeText(const std::string& utf8, const TextStyle& style) {
                                  cairo_status_to_string(status));
     }
     {
-        const std::unique_ptr<cairo_t, CairoDestroy> cr(cairo_create(surface.get()));
+        const Cairo cr(cairo_create(surface.get()));
         cairo_translate(cr.get(), -left, -top);
         if (outline) {
             cairo_move_to(cr.get(), 0, 0);

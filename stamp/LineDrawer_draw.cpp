@@ -18,7 +18,6 @@ namespace orvane::stamp {
 
 namespace {
 
-constexpr int kStampTextureSize = 1280;
 // Negative: fill and outline, the outline 3% of the font size.
 constexpr float kStrokeSize = -3.0f;
 constexpr const char* kFallbackFontName = "ArialMT";
@@ -103,7 +102,7 @@ struct LabelPair {
 }  // namespace
 
 struct LineDrawer::Surface {
-    engine::CCRenderTexture renderTexture{kStampTextureSize, kStampTextureSize};
+    engine::CCRenderTexture renderTexture{engine::kTextureSide, engine::kTextureSide};
     LabelPair time;
     LabelPair staticBlock;
     LabelPair coordinates;

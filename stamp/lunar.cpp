@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "foundation/civil_date.h"
 #include "foundation/exceptions.h"
 #include "foundation/strings.h"
 #include "stamp/LCMemoryCache.h"
@@ -16,16 +17,6 @@ namespace orvane::stamp {
 namespace {
 
 constexpr const char* kTermListKey = "termList";
-
-// Days from 1970-01-01 in the proleptic Gregorian calendar: day counts never depend on a zone.
-long daysFromCivil(int year, int month, int day) {
-    year -= month <= 2;
-    const long era = (year >= 0 ? year : year - 399) / 400;
-    const long yearOfEra = year - era * 400;
-    const long dayOfYear = (153L * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    const long dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + dayOfEra - 719468;
-}
 
 bool isLeapYear(int year) {
     return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
@@ -133,15 +124,15 @@ std::optional<LunarPosition> lunarPosition(int year, int month, int day) {
         day > daysInMonth(year, month))
         return std::nullopt;
     int lunarYear = year;
-    long n = daysFromCivil(year, month, day) -
-             daysFromCivil(year, rowOf(year).firstMonth, rowOf(year).firstDay);
+    long n = foundation::daysFromCivil(year, month, day) -
+             foundation::daysFromCivil(year, rowOf(year).firstMonth, rowOf(year).firstDay);
     if (n < 0) {
         // Before this year's new year: the date belongs to the previous lunar year.
         if (--lunarYear < kLunarFirstYear)
             return std::nullopt;
         const auto& previous = rowOf(lunarYear);
-        n = daysFromCivil(year, month, day) -
-            daysFromCivil(lunarYear, previous.firstMonth, previous.firstDay);
+        n = foundation::daysFromCivil(year, month, day) -
+            foundation::daysFromCivil(lunarYear, previous.firstMonth, previous.firstDay);
     }
     const auto lengths = lunarMonthLengths(lunarYear);
     const int leapMonth = rowOf(lunarYear).leapMonth;

@@ -1,12 +1,13 @@
 #include "stamp/stamp_damage.h"
 
+#include "engine/geometry.h"
 #include <algorithm>
 #include <cmath>
 
 namespace orvane::stamp {
 namespace {
 
-constexpr int kSide = 1280;
+constexpr int kSide = engine::kTextureSide;
 
 }  // namespace
 

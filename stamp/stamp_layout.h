@@ -18,7 +18,7 @@
 namespace orvane::stamp {
 
 // The top left corner of the stamp texture, in offset units.
-inline constexpr float kStampOrigin = -1280.0f;
+inline constexpr auto kStampOrigin = -static_cast<float>(engine::kTextureSide);
 // Each shadow lies this far right of and below its text, in offset units (two pixels).
 inline constexpr float kShadowOffset = 4.0f;
 // The glyph labels: rows 0 to 9 the digits, row 10 the colon that stands for any other character.

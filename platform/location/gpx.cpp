@@ -200,7 +200,7 @@ std::optional<double> parseTime(std::string_view text) {
         *second > 60) {
         return std::nullopt;
     }
-    double seconds = static_cast<double>(daysFromCivil(*year, *month, *day)) * 86400 +
+    double seconds = static_cast<double>(foundation::daysFromCivil(*year, *month, *day)) * 86400 +
                      *hour * 3600 + *minute * 60 + *second;
     std::size_t at = 19;
     if (is(at, '.')) {

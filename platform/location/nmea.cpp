@@ -93,7 +93,7 @@ std::optional<std::int64_t> date(std::string_view field) {
         *year < 0) {
         throw Malformed{};
     }
-    return daysFromCivil(*year < 80 ? 2000 + *year : 1900 + *year, *month, *day);
+    return foundation::daysFromCivil(*year < 80 ? 2000 + *year : 1900 + *year, *month, *day);
 }
 
 // "ddmm.mmmm" with its hemisphere letter; `limit` is 90 or 180 degrees.

@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
+#include "foundation/local_time.h"
 #include "foundation/log.h"
 #include "platform/settings/JsonDefaultsValue.h"
 
@@ -140,12 +141,7 @@ int syncDirectory(const std::filesystem::path& directory) {
 }
 
 std::string localTimestamp() {
-    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-    std::tm local{};
-    localtime_r(&now, &local);
-    char buffer[32];
-    std::strftime(buffer, sizeof buffer, "%Y%m%d-%H%M%S", &local);
-    return buffer;
+    return foundation::formatLocalTime(std::chrono::system_clock::now(), "%Y%m%d-%H%M%S");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "compositor/ZephrinOpenGLView.h"
+#include "engine/cairo_handles.h"
 #include "engine/gl_objects.h"
 #include "foundation/Clock.h"
 #include "foundation/strings.h"
@@ -39,11 +40,6 @@ struct Case {
     float plateAlpha;
     bool lines;  // coordinates, altitude and speed under the time
 };
-
-struct SurfaceDeleter {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-using Surface = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
 
 class GoldenFrameTest : public testing::GLTest, public ::testing::WithParamInterface<Case> {
   protected:
@@ -120,13 +116,13 @@ TEST_P(GoldenFrameTest, MatchesTheExpectedPicture) {
     const auto path = goldenPath(c.name);
     platform::PixelBufferReadLock lock(*frame);
     if (std::getenv("ORVANE_UPDATE_GOLDEN") != nullptr) {
-        Surface out(cairo_image_surface_create_for_data(
+        engine::CairoSurface out(cairo_image_surface_create_for_data(
             const_cast<unsigned char*>(lock.data()), CAIRO_FORMAT_RGB24, frame->width(),
             frame->height(), static_cast<int>(frame->bytesPerRow())));
         ASSERT_EQ(cairo_surface_write_to_png(out.get(), path.c_str()), CAIRO_STATUS_SUCCESS);
         return;
     }
-    Surface expected(cairo_image_surface_create_from_png(path.c_str()));
+    engine::CairoSurface expected(cairo_image_surface_create_from_png(path.c_str()));
     ASSERT_EQ(cairo_surface_status(expected.get()), CAIRO_STATUS_SUCCESS)
         << path << " is missing: run with ORVANE_UPDATE_GOLDEN=1 to draw it";
     ASSERT_EQ(cairo_image_surface_get_width(expected.get()), kWidth);
