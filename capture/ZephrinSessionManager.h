@@ -176,6 +176,10 @@ class ZephrinSessionManager final : public platform::CaptureDataOutputSampleBuff
     void recorderDidFinishRecording(MovieRecorder& recorder) override;
 
   private:
+    // Process-wide, as the capture queues read it without the manager: kept by the frames'
+    // road, reset by each start.
+    static inline TimelapseRetimer _timelapse;
+
     bool setupCaptureSession();
     std::shared_ptr<platform::CaptureDevice> backFacingCamera() const;
     std::shared_ptr<platform::CaptureDevice> backFacingCameraNoraml() const;

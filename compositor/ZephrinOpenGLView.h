@@ -175,6 +175,34 @@ class ZephrinOpenGLView {
         std::optional<RectF> scissor;
     };
 
+    // What this frame draws under its overlays: the film filter, and the particles when their
+    // sprite is loaded.
+    struct FrameLayers {
+        std::size_t effect = 0;
+        std::size_t particle = 0;
+        bool particlesOn = false;
+    };
+    struct CameraPlacement {
+        CameraQuad quad;
+        Matrix4 model;
+    };
+    // The frame pass's three roads, cheapest first.
+    enum class Road { BlendTextOnCopy, ShadeOverlaysOnCopy, ShadeEveryLayer };
+
+    // The frame pass's steps, in their order.
+    FrameLayers chooseLayers();
+    void advanceAnimations(int width, int height, const FrameLayers& layers);
+    CameraPlacement placeCamera(int width, int height);
+    bool attachOutputTexture(int width, int height);
+    Road chooseRoad(const platform::PixelBuffer& source, int width, int height,
+                    const FrameLayers& layers, const CameraPlacement& camera,
+                    const OverlayPlan& plan) const;
+    void copyCameraUnderOverlays(const OverlayPlan& plan, const platform::PixelBuffer& source,
+                                 platform::PixelBuffer& output, int width, int height);
+    bool drawCameraLayers(const platform::PixelBuffer& source, int width, int height,
+                          const FrameLayers& layers, const CameraPlacement& camera);
+    std::int32_t readBackOverlays(const platform::PixelBufferRef& output, bool isStillImage);
+
     bool setupGLES();
     bool loadFilter(std::int64_t index);
     bool loadParticle(std::int64_t index);

@@ -100,4 +100,12 @@ Matrix4 compassRotation(float radians, bool dialAfterNeedle) {
     return m;
 }
 
+std::array<int, 4> clipToFrame(double x, double y, double w, double h, int width, int height) {
+    const int x0 = std::clamp(static_cast<int>(x), 0, width);
+    const int y0 = std::clamp(static_cast<int>(y), 0, height);
+    const int x1 = std::clamp(static_cast<int>(x) + static_cast<int>(w), 0, width);
+    const int y1 = std::clamp(static_cast<int>(y) + static_cast<int>(h), 0, height);
+    return {x0, y0, std::max(0, x1 - x0), std::max(0, y1 - y0)};
+}
+
 }  // namespace orvane::compositor

@@ -51,4 +51,8 @@ Quad importedPhotoQuad(float boundsWidth, float boundsHeight, float photoWidth, 
 // and 4 (dial turns after the needle), the other for types 0 and 3.
 Matrix4 compassRotation(float radians, bool dialAfterNeedle);
 
+// The rectangle (x, y, w, h) cut to a frame of `width` x `height`, as {x, y, w, h}; empty when
+// nothing of it lies inside.
+std::array<int, 4> clipToFrame(double x, double y, double w, double h, int width, int height);
+
 }  // namespace orvane::compositor

@@ -188,4 +188,20 @@ bool compilePrograms(CompositorPrograms& p, std::string& problem) {
     return true;
 }
 
+void setQuadAttributes(const float* vertices, const float* texCoords) {
+    glVertexAttribPointer(kPositionAttribute, 2, GL_FLOAT, GL_FALSE, 0, vertices);
+    glEnableVertexAttribArray(kPositionAttribute);
+    glVertexAttribPointer(kTexCoordAttribute, 2, GL_FLOAT, GL_FALSE, 0, texCoords);
+    glEnableVertexAttribArray(kTexCoordAttribute);
+}
+
+void bindTexture(GLenum unit, GLuint name) {
+    glActiveTexture(unit);
+    glBindTexture(GL_TEXTURE_2D, name);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+}
+
 }  // namespace orvane::compositor

@@ -1,4 +1,5 @@
-// The compositor's five GL ES 2 programs and their uniform locations: the film filter over the
+// The compositor's five GL ES 2 programs and their uniform locations, and the two calls every
+// draw of a quad makes: the film filter over the
 // camera, the plain copy, the plain copy through a matrix, the film filter over an imported
 // photo, and the bending mesh. Every program binds attribute 0 to "position" and 1 to
 // "texturecoordinate".
@@ -47,5 +48,10 @@ struct CompositorPrograms {
 // `problem`, when one of the first four fails; a failing bending program only leaves its
 // uniforms unset (and is logged).
 bool compilePrograms(CompositorPrograms& programs, std::string& problem);
+
+// Points the position and texture-coordinate attributes at four vertices of a strip.
+void setQuadAttributes(const float* vertices, const float* texCoords);
+// Binds `name` on texture `unit`, sampled linearly and clamped at its edges.
+void bindTexture(GLenum unit, GLuint name);
 
 }  // namespace orvane::compositor

@@ -1,5 +1,5 @@
-// The stamp layer's GL side: the stamp texture, the four text blocks with their shadows, the
-// eleven glyph pairs, the tick's layout and redraw test, and the drawing.
+// The stamp layer's GL side: the stamp texture and its labels, the tick's layout and redraw
+// test, and the drawing.
 #include <GLES2/gl2.h>
 
 #include <algorithm>
@@ -12,6 +12,7 @@
 #include "foundation/application_state.h"
 #include "foundation/log.h"
 #include "stamp/LineDrawer.h"
+#include "stamp/LineDrawer_surface.h"
 #include "stamp/stamp_font.h"
 
 namespace orvane::stamp {
@@ -21,8 +22,6 @@ namespace {
 // Negative: fill and outline, the outline 3% of the font size.
 constexpr float kStrokeSize = -3.0f;
 constexpr const char* kFallbackFontName = "ArialMT";
-constexpr engine::Color3B kWhite{255, 255, 255};
-constexpr engine::Color3B kBlack{0, 0, 0};
 
 std::uint8_t component(double value) {
     return static_cast<std::uint8_t>(std::clamp(static_cast<int>(value * 255), 0, 255));
@@ -36,121 +35,7 @@ float unitClamped(float value) {
     return std::clamp(value, 0.0f, 1.0f);
 }
 
-using Label = std::unique_ptr<engine::CCLabelTTF>;
-
-// A text and its shadow: the text tinted white over its fill colour, the shadow tinted black.
-struct LabelPair {
-    Label text;
-    Label shadow;
-
-    LabelPair(const std::string& string, const std::string& fontName, float fontSize,
-              engine::Color3B fill)
-        : text(engine::CCLabelTTF::labelWithString(string, fontName, fontSize)),
-          shadow(engine::CCLabelTTF::labelWithString(string, fontName, fontSize)) {
-        text->setColor(kWhite);
-        text->setFontFillColor(fill, true);
-        text->setFlipY(true);
-        text->setOffsetPosition({kStampOrigin, kStampOrigin});
-        shadow->setColor(kBlack);
-        shadow->setFlipY(true);
-        shadow->setOffsetPosition({kStampOrigin + kShadowOffset, kStampOrigin + kShadowOffset});
-    }
-
-    // Returns whether the text differs from the one before.
-    bool setString(const std::string& string) {
-        const bool changed = text->string() != string;
-        text->setString(string);
-        shadow->setString(string);
-        return changed;
-    }
-
-    // A label with no text takes no room, whatever its bitmap's line height.
-    engine::Size measure() const {
-        return text->string().empty() ? engine::Size{} : text->contentSize();
-    }
-
-    void place(engine::Point offset) {
-        text->setOffsetPosition(offset);
-        text->resetByOffsetPosition();
-        shadow->setOffsetPosition({offset.x + kShadowOffset, offset.y + kShadowOffset});
-        shadow->resetByOffsetPosition();
-    }
-
-    void draw(std::uint8_t opacity, std::uint8_t shadowOpacity) {
-        if (text->string().empty()) {
-            return;
-        }
-        shadow->setOpacity(shadowOpacity);
-        shadow->visit();
-        text->setOpacity(opacity);
-        text->visit();
-    }
-
-    // A glyph stands at many places: each use moves its quad there.
-    void drawAt(engine::Point offset, std::uint8_t opacity, std::uint8_t shadowOpacity) {
-        shadow->setOpacity(shadowOpacity);
-        shadow->setOffsetPosition({offset.x + kShadowOffset, offset.y + kShadowOffset});
-        shadow->resetByOffsetPosition();
-        shadow->visit();
-        text->setOpacity(opacity);
-        text->setOffsetPosition(offset);
-        text->resetByOffsetPosition();
-        text->visit();
-    }
-};
-
 }  // namespace
-
-struct LineDrawer::Surface {
-    engine::CCRenderTexture renderTexture{engine::kTextureSide, engine::kTextureSide};
-    LabelPair time;
-    LabelPair staticBlock;
-    LabelPair coordinates;
-    LabelPair compassTail;
-    std::vector<LabelPair> glyphs;  // "0" to "9", then ":"
-
-    Surface(const std::string& fontName, float fontSize, engine::Color3B fill)
-        : time("", fontName, fontSize, fill),
-          staticBlock("", fontName, fontSize, fill),
-          coordinates("", fontName, fontSize, fill),
-          compassTail("", fontName, fontSize, fill) {
-        // RGB (1,1,1) at alpha 0 premultiplies to all zeros: a transparent texture.
-        renderTexture.clear(0.0f, 0.0f, 0.0f, 0.0f);
-        glyphs.reserve(kGlyphCount);
-        for (std::size_t i = 0; i < kGlyphCount; ++i) {
-            const std::string glyph = i < 10 ? std::string(1, static_cast<char>('0' + i)) : ":";
-            glyphs.emplace_back(glyph, fontName, fontSize, fill);
-        }
-    }
-
-    template <typename F>
-    void forEachTextLabel(F&& f) {
-        for (LabelPair* pair : {&time, &staticBlock, &coordinates, &compassTail}) {
-            f(*pair);
-        }
-    }
-
-    // The texts and glyphs, the labels that carry colour and outline.
-    template <typename F>
-    void forEachInkLabel(F&& f) {
-        forEachTextLabel([&](LabelPair& pair) { f(*pair.text); });
-        for (LabelPair& glyph : glyphs) {
-            f(*glyph.text);
-        }
-    }
-
-    template <typename F>
-    void forEachLabel(F&& f) {
-        forEachTextLabel([&](LabelPair& pair) {
-            f(*pair.text);
-            f(*pair.shadow);
-        });
-        for (LabelPair& glyph : glyphs) {
-            f(*glyph.text);
-            f(*glyph.shadow);
-        }
-    }
-};
 
 void LineDrawer::SurfaceDeleter::operator()(Surface* surface) const {
     delete surface;
@@ -463,11 +348,6 @@ void LineDrawer::applyLabelChanges() {
     c = {};
 }
 
-void LineDrawer::setColor(const foundation::Color& color) {
-    std::lock_guard lock(_drawMutex);
-    _pen.setColor(color);
-}
-
 void LineDrawer::clearPen() {
     std::lock_guard lock(_drawMutex);
     _pen.clear();
@@ -478,46 +358,6 @@ void LineDrawer::clearPen() {
     if (foundation::isAppActive() && _context->makeCurrent()) {
         applyLabelChanges();
     }
-}
-
-void LineDrawer::touchbegin(engine::Point point) {
-    std::lock_guard lock(_drawMutex);
-    _pen.touchbegin(point);
-}
-
-void LineDrawer::touchmove(engine::Point point) {
-    std::lock_guard lock(_drawMutex);
-    _pen.touchmove(point);
-}
-
-void LineDrawer::touchup(engine::Point point) {
-    std::lock_guard lock(_drawMutex);
-    _pen.touchup(point);
-}
-
-void LineDrawer::startNewLineFrom(engine::Point point, float size) {
-    std::lock_guard lock(_drawMutex);
-    _pen.startNewLineFrom(point, size);
-}
-
-void LineDrawer::addPoint(engine::Point point, float size) {
-    std::lock_guard lock(_drawMutex);
-    _pen.addPoint(point, size);
-}
-
-void LineDrawer::endLineAt(engine::Point point, float size) {
-    std::lock_guard lock(_drawMutex);
-    _pen.endLineAt(point, size);
-}
-
-std::vector<LinePoint> LineDrawer::calculateSmoothLinePoints() {
-    std::lock_guard lock(_drawMutex);
-    return _pen.calculateSmoothLinePoints();
-}
-
-std::vector<LinePoint> LineDrawer::penPoints() const {
-    std::lock_guard lock(_drawMutex);
-    return _pen.points();
 }
 
 }  // namespace orvane::stamp
