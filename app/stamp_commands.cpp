@@ -8,7 +8,7 @@
 #include "foundation/Clock.h"
 #include "stamp/LineDrawer.h"
 #include "stamp/coordinate_formats.h"
-#include "stamp/lunar.h"
+#include "stamp/lunar/lunar.h"
 
 namespace orvane::app {
 

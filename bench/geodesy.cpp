@@ -6,7 +6,7 @@
 #include <numbers>
 #include <string>
 
-#include "stamp/geodesy.h"
+#include "stamp/geodesy/geodesy.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // and the lookup against the plain table walk beneath it.
 #include <benchmark/benchmark.h>
 
-#include "stamp/lunar.h"
+#include "stamp/lunar/lunar.h"
 
 namespace {
 

@@ -29,7 +29,7 @@
 #include "screen/settings_store.h"
 #include "stamp/address_formats.h"
 #include "stamp/coordinate_formats.h"
-#include "stamp/lunar.h"
+#include "stamp/lunar/lunar.h"
 #include "stamp/pen_stroke.h"
 #include "stamp/stamp_damage.h"
 #include "stamp/stamp_layout.h"

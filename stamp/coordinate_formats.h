@@ -13,7 +13,7 @@
 
 #include "foundation/thread_annotations.h"
 #include "screen/settings_stamp_layer.h"
-#include "stamp/geodesy.h"
+#include "stamp/geodesy/geodesy.h"
 
 namespace orvane::stamp {
 

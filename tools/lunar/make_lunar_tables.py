@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Computes the lunar calendar's year table and solar-term table for 1890 to 2100 and writes
-them as C++ data (stamp/lunar_tables.cpp).
+them as C++ data (stamp/lunar/lunar_tables.cpp).
 
 New moons and the sun's apparent ecliptic longitude come from PyEphem (Debian's python3-ephem);
 every day is taken in China Standard Time, UTC+8. Months begin on the day of the new moon, the
@@ -86,7 +86,7 @@ def term_longitude(position):
 
 
 def main():
-    output = sys.argv[1] if len(sys.argv) > 1 else "stamp/lunar_tables.cpp"
+    output = sys.argv[1] if len(sys.argv) > 1 else "stamp/lunar/lunar_tables.cpp"
     warnings = []
 
     new_moons, moon_warnings = new_moon_days("1887/10/1", "2102/6/1")
@@ -166,7 +166,7 @@ def main():
         out.write("// generator again.\n")
         for line in overridden:
             out.write("// Row kept from published tables against the computation: %s\n" % line)
-        out.write('#include "stamp/lunar_tables.h"\n\n')
+        out.write('#include "stamp/lunar/lunar_tables.h"\n\n')
         out.write("namespace orvane::stamp {\n\n")
         out.write("// Leap month, first month, first day, month bits.\n")
         out.write("const std::array<LunarYearRow, kLunarYearCount> kLunarYearRows = {{\n")

@@ -13,8 +13,8 @@
 #include <numeric>
 #include <string>
 
-#include "stamp/lunar.h"
-#include "stamp/lunar_tables.h"
+#include "stamp/lunar/lunar.h"
+#include "stamp/lunar/lunar_tables.h"
 
 namespace orvane::stamp {
 namespace {

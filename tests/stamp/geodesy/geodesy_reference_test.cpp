@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "stamp/geodesy.h"
+#include "stamp/geodesy/geodesy.h"
 
 namespace orvane::stamp {
 namespace {

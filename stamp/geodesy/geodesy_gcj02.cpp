@@ -2,7 +2,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "stamp/geodesy.h"
+#include "stamp/geodesy/geodesy.h"
 
 namespace orvane::stamp {
 

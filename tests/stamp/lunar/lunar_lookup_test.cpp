@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "foundation/Clock.h"
-#include "stamp/LCMemoryCache.h"
-#include "stamp/lunar.h"
+#include "stamp/lunar/LCMemoryCache.h"
+#include "stamp/lunar/lunar.h"
 
 namespace orvane::stamp {
 namespace {

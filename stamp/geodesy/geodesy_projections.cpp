@@ -3,8 +3,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "stamp/geodesy.h"
-#include "stamp/geodesy_ellipsoid.h"
+#include "stamp/geodesy/geodesy.h"
+#include "stamp/geodesy/geodesy_ellipsoid.h"
 
 namespace orvane::stamp {
 

@@ -1,4 +1,4 @@
-#include "stamp/lunar.h"
+#include "stamp/lunar/lunar.h"
 
 #include <cstdio>
 #include <ctime>
@@ -9,8 +9,8 @@
 #include "foundation/civil_date.h"
 #include "foundation/exceptions.h"
 #include "foundation/strings.h"
-#include "stamp/LCMemoryCache.h"
-#include "stamp/lunar_tables.h"
+#include "stamp/lunar/LCMemoryCache.h"
+#include "stamp/lunar/lunar_tables.h"
 
 namespace orvane::stamp {
 

@@ -1,4 +1,4 @@
-#include "stamp/LCMemoryCache.h"
+#include "stamp/lunar/LCMemoryCache.h"
 
 namespace orvane::stamp {
 

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "stamp/GeodeticUTMConverter.h"
-#include "stamp/geodesy.h"
+#include "stamp/geodesy/GeodeticUTMConverter.h"
+#include "stamp/geodesy/geodesy.h"
 
 namespace orvane::stamp {
 namespace {

@@ -1,6 +1,6 @@
 // UTM and UPS on top of the projections, and the MGRS lettering on top of those.
-#include "stamp/geodesy.h"
-#include "stamp/geodesy_ellipsoid.h"
+#include "stamp/geodesy/geodesy.h"
+#include "stamp/geodesy/geodesy_ellipsoid.h"
 
 #include <cmath>
 #include <cstdio>

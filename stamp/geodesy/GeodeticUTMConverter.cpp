@@ -1,5 +1,5 @@
 // Forward and inverse UTM by the classic eighth-order series in the longitude difference.
-#include "stamp/GeodeticUTMConverter.h"
+#include "stamp/geodesy/GeodeticUTMConverter.h"
 
 #include <cmath>
 #include <numbers>
