@@ -10,18 +10,9 @@
 
 #include <cairo.h>
 
-namespace orvane::tools {
+#include "engine/cairo_handles.h"
 
-struct CairoSurfaceDeleter {
-    void operator()(cairo_surface_t* s) const { cairo_surface_destroy(s); }
-};
-struct CairoDeleter {
-    void operator()(cairo_t* c) const { cairo_destroy(c); }
-};
-struct CairoPatternDeleter {
-    void operator()(cairo_pattern_t* p) const { cairo_pattern_destroy(p); }
-};
-using CairoPattern = std::unique_ptr<cairo_pattern_t, CairoPatternDeleter>;
+namespace orvane::tools {
 
 class ImageCanvas {
   public:
@@ -43,8 +34,8 @@ class ImageCanvas {
   private:
     int _width;
     int _height;
-    std::unique_ptr<cairo_surface_t, CairoSurfaceDeleter> _surface;
-    std::unique_ptr<cairo_t, CairoDeleter> _cr;
+    engine::CairoSurface _surface;
+    engine::Cairo _cr;
 };
 
 // Prints "NAME: MESSAGE" to stderr and exits with status 1.

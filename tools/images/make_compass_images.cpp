@@ -16,7 +16,7 @@
 
 namespace {
 
-using orvane::tools::CairoPattern;
+using orvane::engine::CairoPattern;
 using orvane::tools::fail;
 using orvane::tools::ImageCanvas;
 

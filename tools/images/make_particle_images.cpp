@@ -12,7 +12,7 @@
 
 namespace {
 
-using orvane::tools::CairoPattern;
+using orvane::engine::CairoPattern;
 using orvane::tools::ImageCanvas;
 
 constexpr int kSize = 64;
