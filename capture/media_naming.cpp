@@ -199,8 +199,7 @@ std::optional<std::string> mediaFileName(const MediaNameInputs& in) {
 std::optional<std::string> movieFileName(const screen::SettingsCache& cache,
                                          screen::ZephrinSessionManagerStore& store,
                                          std::chrono::system_clock::time_point now) {
-    const std::int64_t index = store.readFileNameIndex();
-    store.saveFileNameIndex(nextFileNameIndex(index));
+    const std::int64_t index = store.takeFileNameIndex(nextFileNameIndex);
     return nameForIndex(cache, index, now, true);
 }
 

@@ -53,8 +53,9 @@ std::string cleanedCustomText(const std::string& text);
 // prefix or text, and any format outside 0..10.
 std::optional<std::string> mediaFileName(const MediaNameInputs& inputs);
 
-// A movie's name at the start of a recording: reads the index from the store and saves the
-// next one there (the cached copy follows when the recording stops).
+// A movie's name at the start of a recording: takes the index from the store and saves the next
+// one there in one step, so two programs recording at once never share a name (the cached copy
+// follows when the recording stops).
 std::optional<std::string> movieFileName(const screen::SettingsCache& cache,
                                          screen::ZephrinSessionManagerStore& store,
                                          std::chrono::system_clock::time_point now);

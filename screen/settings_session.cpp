@@ -8,8 +8,26 @@ std::int64_t ZephrinSessionManagerStore::readFileNameIndex() const {
     return _d.integerForKey("FileNameIndex");
 }
 
+namespace {
+
+std::int64_t validFileNameIndex(std::int64_t index) {
+    return index >= 0 && index <= 9999 ? index : 0;
+}
+
+}  // namespace
+
 void ZephrinSessionManagerStore::saveFileNameIndex(std::int64_t index) {
-    _d.setInteger("FileNameIndex", index >= 0 && index <= 9999 ? index : 0);
+    _d.setInteger("FileNameIndex", validFileNameIndex(index));
+}
+
+std::int64_t ZephrinSessionManagerStore::takeFileNameIndex(
+    const std::function<std::int64_t(std::int64_t)>& next) {
+    std::int64_t taken = 0;
+    _d.updateObject("FileNameIndex", [&](const std::optional<platform::DefaultsValue>& stored) {
+        taken = platform::UserDefaults::integerOf(stored);
+        return platform::DefaultsValue{validFileNameIndex(next(taken))};
+    });
+    return taken;
 }
 
 std::int64_t ZephrinSessionManagerStore::getCameraModeIndex() const {

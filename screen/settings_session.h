@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,9 @@ class ZephrinSessionManagerStore {
     // The file index 0..9999; an index outside it, as a user may type, is saved as 0.
     std::int64_t readFileNameIndex() const;
     void saveFileNameIndex(std::int64_t index);
+    // Takes the stored index and saves `next` of it in one step that no other process comes
+    // between, so two programs capturing at once never take one index; answers the index taken.
+    std::int64_t takeFileNameIndex(const std::function<std::int64_t(std::int64_t)>& next);
 
     std::int64_t getCameraModeIndex() const;
     std::optional<std::string> getDefaultFont() const;

@@ -424,13 +424,59 @@ void JsonFileUserDefaults::save() {
         recordWriteError(lock.error(), "locking " + _lockPath.string());
         return;
     }
+    if (refreshUnderLock()) {
+        writeUnderLock();
+    }
+}
+
+bool JsonFileUserDefaults::refreshUnderLock() {
     if (!refresh(false)) {
-        return;
+        return false;
     }
     for (const auto& [key, value] : _pending) {
         apply(_contents, key, value);
     }
+    return true;
+}
 
+std::optional<DefaultsValue> JsonFileUserDefaults::updateObject(std::string_view key,
+                                                                const ValueChange& change) {
+    std::lock_guard lock(_mutex);
+    const auto changeInMemory = [&] {
+        std::optional<DefaultsValue> current;
+        if (auto found = _contents.values.find(key); found != _contents.values.end()) {
+            current = found->second;
+        }
+        auto value = change(current);
+        apply(_contents, key, value);
+        _pending.insert_or_assign(std::string(key), std::move(value));
+        return current;
+    };
+    if (_memoryOnly) {
+        return changeInMemory();
+    }
+    std::error_code created;
+    std::filesystem::create_directories(_directory, created);
+    std::optional<FileLock> fileLock;
+    if (!created) {
+        fileLock.emplace(_lockPath);
+    }
+    if (created || !fileLock->held()) {
+        recordWriteError(created ? created.value() : fileLock->error(),
+                         created ? "creating its folder" : "locking " + _lockPath.string());
+        return changeInMemory();
+    }
+    // The file's value, as another process may have just written it.
+    if (!refreshUnderLock()) {
+        return changeInMemory();
+    }
+    auto current = changeInMemory();
+    // Written now even inside a batch: the next reader must see the change.
+    writeUnderLock();
+    return current;
+}
+
+void JsonFileUserDefaults::writeUnderLock() {
     Json document = Json::object();
     for (const auto& [key, value] : _contents.values) {
         document[key] = encodeDefaultsValue(value);

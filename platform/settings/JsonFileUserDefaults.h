@@ -72,6 +72,8 @@ class JsonFileUserDefaults final : public UserDefaults {
     // Writes the file before returning; safe from any thread.
     void setObject(std::string_view key, std::optional<DefaultsValue> value) override;
     std::vector<std::string> allKeys() const override;
+    std::optional<DefaultsValue> updateObject(std::string_view key,
+                                              const ValueChange& change) override;
     void beginChanges() override;
     // Writes what the batch changed; lastWriteError() then tells whether that worked.
     void endChanges() override;
@@ -98,6 +100,10 @@ class JsonFileUserDefaults final : public UserDefaults {
     void goMemoryOnly(const std::string& message, int error);
     // Takes the lock, merges with a changed file, writes. Called with _mutex held.
     void save();
+    // The two halves of save, with the lock held: the file read again with this run's pending
+    // changes over it (false when the store went memory-only), and the write.
+    bool refreshUnderLock();
+    void writeUnderLock();
     void recordWriteError(int error, const std::string& step);
 
     const std::filesystem::path _directory;

@@ -13,6 +13,21 @@ std::optional<DefaultsValue> MemoryUserDefaults::objectForKey(std::string_view k
 
 void MemoryUserDefaults::setObject(std::string_view key, std::optional<DefaultsValue> value) {
     std::lock_guard lock(_mutex);
+    store(key, std::move(value));
+}
+
+std::optional<DefaultsValue> MemoryUserDefaults::updateObject(std::string_view key,
+                                                              const ValueChange& change) {
+    std::lock_guard lock(_mutex);
+    std::optional<DefaultsValue> current;
+    if (auto it = _values.find(key); it != _values.end()) {
+        current = it->second;
+    }
+    store(key, change(current));
+    return current;
+}
+
+void MemoryUserDefaults::store(std::string_view key, std::optional<DefaultsValue> value) {
     if (value) {
         _values.insert_or_assign(std::string(key), std::move(*value));
     } else if (auto it = _values.find(key); it != _values.end()) {

@@ -13,8 +13,12 @@ class MemoryUserDefaults final : public UserDefaults {
     std::optional<DefaultsValue> objectForKey(std::string_view key) const override;
     void setObject(std::string_view key, std::optional<DefaultsValue> value) override;
     std::vector<std::string> allKeys() const override;
+    std::optional<DefaultsValue> updateObject(std::string_view key,
+                                              const ValueChange& change) override;
 
   private:
+    void store(std::string_view key, std::optional<DefaultsValue> value);
+
     mutable std::mutex _mutex;
     std::map<std::string, DefaultsValue, std::less<>> _values;
 };

@@ -52,6 +52,14 @@ std::int64_t toInteger(double value) {
 
 }  // namespace
 
+// A store without other writers needs nothing more than a read and a write.
+std::optional<DefaultsValue> UserDefaults::updateObject(std::string_view key,
+                                                        const ValueChange& change) {
+    auto current = objectForKey(key);
+    setObject(key, change(current));
+    return current;
+}
+
 bool UserDefaults::boolForKey(std::string_view key) const {
     const auto value = objectForKey(key);
     if (!value) {
@@ -72,7 +80,10 @@ bool UserDefaults::boolForKey(std::string_view key) const {
 }
 
 std::int64_t UserDefaults::integerForKey(std::string_view key) const {
-    const auto value = objectForKey(key);
+    return integerOf(objectForKey(key));
+}
+
+std::int64_t UserDefaults::integerOf(const std::optional<DefaultsValue>& value) {
     if (!value) {
         return 0;
     }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,6 +32,14 @@ class UserDefaults {
     // Every key present, sorted.
     virtual std::vector<std::string> allKeys() const = 0;
 
+    // Stores what `change` makes of the key's current value in one step that no other writer of
+    // the store, in this process or another, comes between (a counter two programs advance);
+    // answers the value `change` was given.
+    using ValueChange =
+        std::function<std::optional<DefaultsValue>(const std::optional<DefaultsValue>&)>;
+    virtual std::optional<DefaultsValue> updateObject(std::string_view key,
+                                                      const ValueChange& change);
+
     // Groups the sets made until the matching endChanges() into one write, for a store whose
     // every write is dear (a file synced to disk). Reads see each set at once. Pairs nest; the
     // outermost end writes. A store that keeps nothing on disk ignores both.
@@ -55,6 +64,8 @@ class UserDefaults {
     // shape reads as the zero value.
     bool boolForKey(std::string_view key) const;
     std::int64_t integerForKey(std::string_view key) const;
+    // A value as integerForKey reads it.
+    static std::int64_t integerOf(const std::optional<DefaultsValue>& value);
     float floatForKey(std::string_view key) const;
     double doubleForKey(std::string_view key) const;
     // A string, or a number written as text; nothing for other shapes.

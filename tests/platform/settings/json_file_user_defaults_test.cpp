@@ -19,6 +19,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <numeric>
+#include <set>
 #include <thread>
 #include <tuple>
 
@@ -394,6 +395,50 @@ TEST_F(JsonFileUserDefaultsTest, ProcessesWritingAtOnceLoseNothing) {
     JsonFileUserDefaults reopened(dir);
     EXPECT_EQ(reopened.allKeys().size(), size_t{kProcesses * kKeys});
     EXPECT_EQ(reopened.integerForKey("p3k19"), 19);
+}
+
+// A counter that processes advance at once hands each of them its own values, also from inside
+// a batch of other changes.
+TEST_F(JsonFileUserDefaultsTest, ProcessesAdvancingACounterNeverTakeOneValueTwice) {
+    constexpr int kProcesses = 4, kTakes = 25;
+    int pipeFds[2];
+    ASSERT_EQ(::pipe(pipeFds), 0);
+    std::vector<pid_t> children;
+    std::fflush(nullptr);
+    for (int p = 0; p < kProcesses; ++p) {
+        const pid_t pid = ::fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            JsonFileUserDefaults store(dir);
+            UserDefaults::ChangeBatch batch(store);
+            for (int k = 0; k < kTakes; ++k) {
+                const auto taken = UserDefaults::integerOf(store.updateObject(
+                    "FileNameIndex", [](const std::optional<DefaultsValue>& value) {
+                        return DefaultsValue{UserDefaults::integerOf(value) + 1};
+                    }));
+                const std::int32_t value = static_cast<std::int32_t>(taken);
+                if (::write(pipeFds[1], &value, sizeof value) != sizeof value) {
+                    ::_exit(1);
+                }
+            }
+            ::_exit(0);
+        }
+        children.push_back(pid);
+    }
+    ::close(pipeFds[1]);
+    for (pid_t pid : children) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    std::set<std::int32_t> taken;
+    std::int32_t value = 0;
+    while (::read(pipeFds[0], &value, sizeof value) == sizeof value) {
+        EXPECT_TRUE(taken.insert(value).second) << value << " taken twice";
+    }
+    ::close(pipeFds[0]);
+    EXPECT_EQ(taken.size(), size_t{kProcesses * kTakes});
+    EXPECT_EQ(JsonFileUserDefaults(dir).integerForKey("FileNameIndex"), kProcesses * kTakes);
 }
 
 TEST_F(JsonFileUserDefaultsTest, ThreadsOfTwoInstancesWritingAtOnceLoseNothing) {
