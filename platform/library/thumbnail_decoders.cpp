@@ -10,11 +10,10 @@
 #include <vector>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/display.h>
-#include <libswscale/swscale.h>
 }
+
+#include "platform/ffmpeg/ffmpeg_handles.h"
 
 namespace orvane::platform {
 
@@ -25,35 +24,8 @@ struct TjDeleter {
 };
 using TjHandle = std::unique_ptr<void, TjDeleter>;
 
-struct FormatDeleter {
-    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-};
-using FormatContext = std::unique_ptr<AVFormatContext, FormatDeleter>;
-struct CodecDeleter {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-using CodecContext = std::unique_ptr<AVCodecContext, CodecDeleter>;
-struct FrameDeleter {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-using Frame = std::unique_ptr<AVFrame, FrameDeleter>;
-struct PacketDeleter {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-using Packet = std::unique_ptr<AVPacket, PacketDeleter>;
-struct SwsDeleter {
-    void operator()(SwsContext* context) const { sws_freeContext(context); }
-};
-using Sws = std::unique_ptr<SwsContext, SwsDeleter>;
-
 // Packets read looking for the first picture before giving up.
 constexpr int kMostPackets = 1000;
-
-std::string ffmpegText(int error) {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(error, text, sizeof text);
-    return text;
-}
 
 // Scales any picture FFmpeg knows into a new 32BGRA buffer of `size`.
 DecodedThumbnail scaleInto(const std::uint8_t* const planes[4], const int strides[4],
@@ -62,8 +34,9 @@ DecodedThumbnail scaleInto(const std::uint8_t* const planes[4], const int stride
     if (!created.buffer) {
         return {nullptr, "no memory for a thumbnail"};
     }
-    Sws scaler(sws_getContext(width, height, format, size.width, size.height, AV_PIX_FMT_BGRA,
-                              SWS_AREA, nullptr, nullptr, nullptr));
+    ffmpeg::SwsContextPtr scaler(sws_getContext(width, height, format, size.width, size.height,
+                                                AV_PIX_FMT_BGRA, SWS_AREA, nullptr, nullptr,
+                                                nullptr));
     if (!scaler) {
         return {nullptr, "cannot scale the picture"};
     }
@@ -169,11 +142,11 @@ DecodedThumbnail decodeJpegThumbnail(const std::filesystem::path& file, int maxi
 DecodedThumbnail decodeMovieThumbnail(const std::filesystem::path& file, int maximumSize) {
     AVFormatContext* opened = nullptr;
     if (const int error = avformat_open_input(&opened, file.c_str(), nullptr, nullptr); error < 0) {
-        return {nullptr, "cannot open " + file.string() + ": " + ffmpegText(error)};
+        return {nullptr, "cannot open " + file.string() + ": " + ffmpeg::errorText(error)};
     }
-    FormatContext format(opened);
+    ffmpeg::InputContextPtr format(opened);
     if (const int error = avformat_find_stream_info(format.get(), nullptr); error < 0) {
-        return {nullptr, "cannot read " + file.string() + ": " + ffmpegText(error)};
+        return {nullptr, "cannot read " + file.string() + ": " + ffmpeg::errorText(error)};
     }
     const AVCodec* codec = nullptr;
     const int streamIndex =
@@ -182,17 +155,17 @@ DecodedThumbnail decodeMovieThumbnail(const std::filesystem::path& file, int max
         return {nullptr, file.string() + " has no video to show"};
     }
     AVStream* stream = format->streams[streamIndex];
-    CodecContext decoder(avcodec_alloc_context3(codec));
+    ffmpeg::CodecContextPtr decoder(avcodec_alloc_context3(codec));
     if (!decoder || avcodec_parameters_to_context(decoder.get(), stream->codecpar) < 0) {
         return {nullptr, "cannot set up a decoder for " + file.string()};
     }
     // One picture is not worth a pool of decoding threads.
     decoder->thread_count = 1;
     if (const int error = avcodec_open2(decoder.get(), codec, nullptr); error < 0) {
-        return {nullptr, "cannot open the decoder: " + ffmpegText(error)};
+        return {nullptr, "cannot open the decoder: " + ffmpeg::errorText(error)};
     }
-    Packet packet(av_packet_alloc());
-    Frame frame(av_frame_alloc());
+    ffmpeg::PacketPtr packet(av_packet_alloc());
+    ffmpeg::FramePtr frame(av_frame_alloc());
     if (!packet || !frame) {
         return {nullptr, "no memory for decoding"};
     }

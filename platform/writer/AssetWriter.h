@@ -134,6 +134,15 @@ class AssetWriter {
     virtual std::optional<foundation::Error> error() const = 0;
 };
 
+// What a movie left by a writer that never finished holds, once it is closed.
+struct InterruptedMovie {
+    std::int64_t videoFrames = 0;
+    std::int64_t audioPackets = 0;
+    double seconds = 0;
+    // Why it could not be closed; a movie with frames is still whole as far as it was written.
+    std::optional<foundation::Error> error;
+};
+
 // Makes writers: the road from the recorder to the platform's engine, replaced in tests.
 class AssetWriterFactory {
   public:
@@ -141,6 +150,9 @@ class AssetWriterFactory {
     // A writer for the file at `path` (nothing is opened yet), or the error that prevents one.
     virtual std::unique_ptr<AssetWriter> makeWriter(const std::string& path, AssetFileType type,
                                                     std::optional<foundation::Error>& error) = 0;
+    // Closes, in place, a movie that a writer of this kind left when its process was killed,
+    // as far as it was written.
+    virtual InterruptedMovie closeInterruptedMovie(const std::string& path, AssetFileType type) = 0;
 };
 
 }  // namespace orvane::platform

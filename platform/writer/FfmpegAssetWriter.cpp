@@ -10,6 +10,7 @@ extern "C" {
 #include "foundation/log.h"
 #include "platform/writer/FfmpegAudioInput.h"
 #include "platform/writer/FfmpegVideoInput.h"
+#include "platform/writer/fragmented_movie.h"
 
 namespace orvane::platform {
 
@@ -167,12 +168,18 @@ void FfmpegAssetWriter::beginSession(MediaTime startTime) {
     // The muxer reads the creation time into the movie header.
     av_dict_set(&context->metadata, "creation_time", "now", 0);
     AVDictionary* options = nullptr;
-    // File-level metadata as QuickTime metadata keys, in MPEG-4 files too.
-    av_dict_set(&options, "movflags", "use_metadata_tags", 0);
+    // File-level metadata as QuickTime metadata keys, in MPEG-4 files too. The index goes first
+    // and the samples follow in fragments, each handed to the kernel as it is made, so a killed
+    // process leaves a movie that plays up to its last second.
+    av_dict_set(&options, "movflags",
+                "use_metadata_tags+empty_moov+delay_moov+default_base_moof+frag_keyframe", 0);
+    av_dict_set_int(&options, "frag_duration", ffmpeg::kFragmentDuration, 0);
+    av_dict_set_int(&options, "movie_timescale", ffmpeg::kMovieTimescale, 0);
+    av_dict_set_int(&options, "flush_packets", 1, 0);
     const bool written = _output->writeHeader(&options);
     av_dict_free(&options);
-    // The muxer has the creation time and has named itself; the metadata block, written with
-    // the trailer, holds the program's items alone.
+    // The muxer has the creation time and has named itself; the movie's metadata holds the
+    // program's items alone.
     av_dict_set(&context->metadata, "creation_time", nullptr, 0);
     av_dict_set(&context->metadata, "encoder", nullptr, 0);
     if (!written) {
@@ -189,7 +196,23 @@ void FfmpegAssetWriter::finishInputs() {
     }
 }
 
+void FfmpegAssetWriter::joinFragmentsOrKeepThem() {
+    if (auto error = ffmpeg::joinFragments(_output->path(), fileType())) {
+        // Still a whole movie: players read its fragments, only some tools miss its duration.
+        foundation::log("movie writer: %s stays in fragments: %s", _output->path().c_str(),
+                        error->message().c_str());
+    }
+}
+
 void FfmpegAssetWriter::finishWriting(std::function<void()> completion) {
+    if (_finished) {
+        // A recorder closing a failed writer may come after its own finish: the file is closed.
+        if (completion) {
+            completion();
+        }
+        return;
+    }
+    _finished = true;
     switch (status()) {
         case AssetWriterStatus::Writing:
             if (!_output->headerWritten() && !_output->sessionStart()) {
@@ -198,13 +221,17 @@ void FfmpegAssetWriter::finishWriting(std::function<void()> completion) {
             }
             finishInputs();
             if (_output->close()) {
+                joinFragmentsOrKeepThem();
                 _output->setStatus(AssetWriterStatus::Completed);
             }
             break;
         case AssetWriterStatus::Failed:
-            // Whatever was written before the failure is kept in a finished file if it can be.
+            // Whatever was written before the failure is kept, joined if the disk allows.
             finishInputs();
             _output->close();
+            if (_output->headerWritten()) {
+                joinFragmentsOrKeepThem();
+            }
             break;
         default:
             _output->fail(makeError(AVERROR(EINVAL), "The movie " + _output->path() +
@@ -219,6 +246,17 @@ void FfmpegAssetWriter::finishWriting(std::function<void()> completion) {
 std::unique_ptr<AssetWriter> FfmpegAssetWriterFactory::makeWriter(
     const std::string& path, AssetFileType type, std::optional<foundation::Error>& error) {
     return FfmpegAssetWriter::create(path, type, error);
+}
+
+InterruptedMovie FfmpegAssetWriterFactory::closeInterruptedMovie(const std::string& path,
+                                                                 AssetFileType type) {
+    ffmpeg::MovieContents contents;
+    InterruptedMovie movie;
+    movie.error = ffmpeg::joinFragments(path, type, &contents);
+    movie.videoFrames = contents.videoFrames;
+    movie.audioPackets = contents.audioPackets;
+    movie.seconds = contents.seconds;
+    return movie;
 }
 
 }  // namespace orvane::platform

@@ -1,6 +1,7 @@
 // The movie writer over FFmpeg: QuickTime or MPEG-4 files with an H.264 or HEVC video track
 // (libx264, libx265), an AAC audio track (FFmpeg's own encoder), QuickTime metadata keys and
-// the video track's transform as its display matrix.
+// the video track's transform as its display matrix. The file is written in fragments while
+// the recording runs and joined into an ordinary movie when it ends (fragmented_movie.h).
 //
 // Threads: the writer's calls come from one queue at a time (the recorder's writing queue).
 // Each input encodes on a thread of its own, fed through a small bounded queue, and both
@@ -49,16 +50,19 @@ class FfmpegAssetWriter final : public AssetWriter {
     explicit FfmpegAssetWriter(std::shared_ptr<ffmpeg::FfmpegOutput> output);
     void beginSession(MediaTime startTime);
     void finishInputs();
+    void joinFragmentsOrKeepThem();
 
     const std::shared_ptr<ffmpeg::FfmpegOutput> _output;
     std::vector<std::unique_ptr<ffmpeg::FfmpegInput>> _inputs;
     std::vector<MetadataItem> _metadata;
+    bool _finished = false;  // finishWriting has run
 };
 
 class FfmpegAssetWriterFactory final : public AssetWriterFactory {
   public:
     std::unique_ptr<AssetWriter> makeWriter(const std::string& path, AssetFileType type,
                                             std::optional<foundation::Error>& error) override;
+    InterruptedMovie closeInterruptedMovie(const std::string& path, AssetFileType type) override;
 };
 
 }  // namespace orvane::platform
