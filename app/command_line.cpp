@@ -31,7 +31,8 @@ enum class Command {
     Where,
     Frame,
     Record,
-    LibraryList
+    LibraryList,
+    LibraryRecover
 };
 
 struct Request {
@@ -191,6 +192,10 @@ void addLibraryCommands(CLI::App& app, Request& request) {
         "list", "Every asset: identifier, type, creation time and file (ORVANE_LIBRARY_DIR)");
     list->callback([&request] { request.command = Command::LibraryList; });
     list->fallthrough();
+    auto* recover = library->add_subcommand(
+        "recover", "Deliver the movies that killed or crashed recordings left, as far as written");
+    recover->callback([&request] { request.command = Command::LibraryRecover; });
+    recover->fallthrough();
 }
 
 }  // namespace
@@ -293,6 +298,9 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
             break;
         case Command::LibraryList:
             status = listLibrary(opened->defaults(), out, err);
+            break;
+        case Command::LibraryRecover:
+            status = recoverLibrary(opened->defaults(), out, err);
             break;
         case Command::Lunar:
         case Command::None:

@@ -6,6 +6,7 @@
 
 #include "app/geocoder_choice.h"
 #include "app/interrupts.h"
+#include "app/library_command.h"
 #include "capture/ZephrinSessionManager.h"
 #include "capture/media_report.h"
 #include "compositor/ZephrinOpenGLView.h"
@@ -56,12 +57,16 @@ class RecordController final : public capture::ZephrinSessionManagerDelegate,
     }
     int status() const { return _status; }
 
-    // Main queue: a signal before the recording began ends at once; during it, stops it.
+    // Main queue: a signal before the recording began ends at once; during it, stops it; while
+    // it starts, stops it as soon as it has started, so the movie is kept.
     void interrupt() {
         auto manager = _manager.lock();
-        if (manager && manager->status() == capture::RecordingStatus::Recording) {
+        const auto status = manager ? manager->status() : capture::RecordingStatus::Idle;
+        if (status == capture::RecordingStatus::Recording) {
             manager->stopRecording();
-        } else if (!manager || manager->status() == capture::RecordingStatus::Idle) {
+        } else if (status == capture::RecordingStatus::StartingRecording) {
+            _stopOnceStarted = true;
+        } else if (status == capture::RecordingStatus::Idle && !_started) {
             _err << "orvane record: interrupted before the recording began\n";
             finish(1);
         }
@@ -120,6 +125,13 @@ class RecordController final : public capture::ZephrinSessionManagerDelegate,
     bool finishRenderingPixelBuffer() override { return _view.finishRenderingPixelBuffer(); }
 
     void recordingDidStart() override {
+        if (_stopOnceStarted) {
+            _err << "orvane record: interrupted while the recording started; it stops now\n";
+            if (auto manager = _manager.lock()) {
+                manager->stopRecording();
+            }
+            return;
+        }
         _err << "orvane record: recording " << _width << "x" << _height;
         if (_options.duration > 0) {
             _err << " for " << _options.duration << " s";
@@ -142,8 +154,13 @@ class RecordController final : public capture::ZephrinSessionManagerDelegate,
         finish(_status);
     }
     void recordingDidFailWithError(const foundation::Error& error) override {
+        if (_saved) {
+            _err << "orvane record: the recording ended early: " << error.message()
+                 << "; the movie so far is in the library\n";
+            finish(kRecordingEndedEarly);
+            return;
+        }
         _err << "orvane record: " << error.message() << "\n";
-        _status = 1;
         finish(1);
     }
     void showPhotoAccessDeniedError() override { report(capture::photoAccessDeniedReport()); }
@@ -218,6 +235,7 @@ class RecordController final : public capture::ZephrinSessionManagerDelegate,
     bool _rendered = false;
     bool _located = false;
     bool _started = false;
+    bool _stopOnceStarted = false;
     bool _saved = false;
 };
 
@@ -288,10 +306,19 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
     const auto libraryQueue = foundation::SerialQueue::create("orvane library queue");
     auto library = std::make_shared<platform::FolderPhotoLibrary>(
         platform::FolderPhotoLibraryOptions{}, store.defaults(), clock, libraryQueue);
+    // Movies killed recordings left go to the library first; this one is made beside them.
+    bool keptBack = false;
+    if (auto error = recoverLeftMovies(*library, "orvane record: ", err, keptBack)) {
+        err << "orvane record: " << error->message() << "\n";
+        return 1;
+    }
+    std::optional<foundation::Error> draftsError;
+    const auto draftsFolder = library->draftsFolder(draftsError);
     capture::ZephrinSessionManagerEnvironment environment;
     environment.store = &store;
     environment.devices = devices;
     environment.library = library;
+    environment.draftsFolder = draftsFolder.value_or(std::filesystem::path());
     environment.recorder.writerFactory = std::make_shared<platform::FfmpegAssetWriterFactory>();
     environment.recorder.settings = &cache;
     environment.recorder.location = [&state] { return state.lastGeocodedLocation(); };

@@ -28,8 +28,14 @@ struct RecordOptions {
 
 std::optional<std::string> checkRecordOptions(const RecordOptions& options);
 
-// Returns 0 once the movie is in the library; 1 with a message on `err` when no camera, GL
-// context or position source can start, or the recording or the library fails.
+// The status of a recording that a write failure (a full disk, say) ended early: the movie so
+// far is in the library, and `err` says what ended it.
+inline constexpr int kRecordingEndedEarly = 3;
+
+// Returns 0 once the movie is in the library; kRecordingEndedEarly when a failure ended it early
+// but the movie so far is in the library; 1 with a message on `err` when no camera, GL context
+// or position source can start, or the recording or the library fails. Movies left by killed
+// recordings are recovered first, each with a line on `err`.
 int runRecord(const RecordOptions& options, screen::SettingsStore& store,
               screen::SettingsCache& cache, const screen::LaunchValues& launch,
               const std::string& languageCode, std::ostream& out, std::ostream& err);

@@ -358,15 +358,31 @@ void MovieRecorder::_transitionToStatus(MovieRecorderStatus newStatus,
     }
     const bool done =
         newStatus == MovieRecorderStatus::Finished || newStatus == MovieRecorderStatus::Failed;
-    if (done) {
-        // On the writing queue, so no append can find the writer half gone.
-        _writingQueue->async(
-            [self = shared_from_this()] { self->_teardownAssetWriterAndInputs(); });
-    }
+    // A writer that fails while it writes still holds the recording so far.
+    const bool closeWriter = newStatus == MovieRecorderStatus::Failed &&
+                             (_status == MovieRecorderStatus::Recording ||
+                              _status == MovieRecorderStatus::FinishingRecording);
     _status = newStatus;
+    const bool tell = (done || newStatus == MovieRecorderStatus::Recording) &&
+                      !_delegate.expired() && _delegateCallbackQueue;
+    if (done) {
+        // On the writing queue, so no append can find the writer half gone; the delegate hears
+        // of the end once the file is closed, as it may hand the file on at once.
+        _writingQueue->async([self = shared_from_this(), closeWriter, tell, newStatus, error] {
+            self->_teardownAssetWriterAndInputs(closeWriter);
+            if (tell) {
+                foundation::ObjectLockGuard guard(self->_lock);
+                self->tellDelegate(newStatus, error);
+            }
+        });
+    } else if (tell) {
+        tellDelegate(newStatus, error);
+    }
+}
 
-    if (!(done || newStatus == MovieRecorderStatus::Recording) || _delegate.expired() ||
-        !_delegateCallbackQueue) {
+void MovieRecorder::tellDelegate(MovieRecorderStatus newStatus,
+                                 const std::optional<foundation::Error>& error) {
+    if (!_delegateCallbackQueue) {
         return;
     }
     _delegateCallbackQueue->async(
@@ -389,7 +405,7 @@ void MovieRecorder::_transitionToStatus(MovieRecorderStatus newStatus,
         });
 }
 
-void MovieRecorder::_teardownAssetWriterAndInputs() {
+void MovieRecorder::_teardownAssetWriterAndInputs(bool closeWriter) {
     std::shared_ptr<platform::AssetWriter> writer;
     {
         foundation::ObjectLockGuard guard(_lock);
@@ -398,6 +414,9 @@ void MovieRecorder::_teardownAssetWriterAndInputs() {
         writer = std::move(_assetWriter);
     }
     // The writer closes outside the lock: closing a file may take a while.
+    if (writer && closeWriter) {
+        writer->finishWriting([] {});
+    }
 }
 
 const char* MovieRecorder::_stringForStatus(std::int64_t status) {

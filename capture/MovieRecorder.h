@@ -128,8 +128,11 @@ class MovieRecorder : public std::enable_shared_from_this<MovieRecorder> {
 
     void _transitionToStatus(MovieRecorderStatus newStatus,
                              const std::optional<foundation::Error>& error) REQUIRES(_lock);
-    // Writing queue.
-    void _teardownAssetWriterAndInputs();
+    // Posts the delegate's call for the new status to the callback queue.
+    void tellDelegate(MovieRecorderStatus newStatus, const std::optional<foundation::Error>& error)
+        REQUIRES(_lock);
+    // Writing queue. A writer that failed mid-recording is closed as far as it was written.
+    void _teardownAssetWriterAndInputs(bool closeWriter);
 
     const MovieRecorderEnvironment _environment;
     const screen::SettingsCache& _settings;

@@ -94,6 +94,9 @@ void ZephrinSessionManager::_transitionToStatus(RecordingStatus newStatus,
     }
     if (newStatus == RecordingStatus::Idle) {
         _recorder.reset();
+        // A movie the library did not take stays in its draft for the next recovery.
+        _draft.reset();
+        _recordingError.reset();
     }
     if (error && newStatus == RecordingStatus::Idle) {
         const foundation::Error copy = *error;

@@ -23,6 +23,7 @@
 #include "foundation/Error.h"
 #include "foundation/ObjectLock.h"
 #include "platform/capture/CaptureSession.h"
+#include "platform/library/MovieDraft.h"
 #include "platform/library/PhotoLibrary.h"
 #include "platform/media/FormatDescription.h"
 #include "platform/media/PixelBufferPool.h"
@@ -92,8 +93,9 @@ struct ZephrinSessionManagerEnvironment {
     MovieRecorderEnvironment recorder;
     // Wall-clock seconds for pauses and the audio health check; the system clock when null.
     foundation::Clock* clock = nullptr;
-    // Where the movie is written before the library takes it.
-    std::filesystem::path temporaryDirectory = std::filesystem::temp_directory_path();
+    // Where each movie is made, in a draft of its own, before the library takes it: the
+    // library's drafts folder, on its disk. Required for recording.
+    std::filesystem::path draftsFolder;
     // The machine, for the photo pool's size.
     double screenScale = 1.0;
     int processorCount = 2;
@@ -129,7 +131,8 @@ class ZephrinSessionManager final : public platform::CaptureDataOutputSampleBuff
     void resumeCaptureSession();
     void stopAndTearDownCaptureSession();
 
-    // Raises "Already recording" unless idle.
+    // Raises "Already recording" unless idle. Any other failure on the way returns the manager
+    // to idle and reaches the delegate as recordingDidFailWithError.
     void startRecording();
     // Does nothing unless recording.
     void stopRecording();
@@ -196,6 +199,11 @@ class ZephrinSessionManager final : public platform::CaptureDataOutputSampleBuff
     void appendPixelBuffer(const platform::PixelBufferRef& pixelBuffer,
                            platform::MediaTime presentationTime) REQUIRES(_lock);
 
+    // startRecording's work once the status is StartingRecording; may throw.
+    void beginRecording();
+    // Hands the movie on the recorder's callback queue to the library.
+    void deliverMovie();
+
     // On the main queue after the library answered.
     void _recorderDidFinishRecording(int permissionStatus);
     void deliveryFailed(const std::optional<foundation::Error>& error);
@@ -224,6 +232,10 @@ class ZephrinSessionManager final : public platform::CaptureDataOutputSampleBuff
     std::shared_ptr<platform::CaptureConnection> _audioConnection GUARDED_BY(_lock);
     std::shared_ptr<platform::CaptureConnection> _videoConnection GUARDED_BY(_lock);
     std::filesystem::path _movieURL GUARDED_BY(_lock);
+    // The draft the movie is made in, held from the start until the library has it.
+    std::unique_ptr<platform::MovieDraft> _draft GUARDED_BY(_lock);
+    // What ended the recording early; reported once the movie so far is delivered.
+    std::optional<foundation::Error> _recordingError GUARDED_BY(_lock);
     std::int64_t _referenceOrientation GUARDED_BY(_lock) = 1;
     std::int64_t _videoOrientation GUARDED_BY(_lock) = 3;
     platform::FormatDescriptionRef _videoFormatDescription GUARDED_BY(_lock);

@@ -18,6 +18,16 @@ void ZephrinSessionManager::recorderDidFinishRecording(MovieRecorder&) {
                 "Expected to be in StoppingRecording state");
         }
     }
+    deliverMovie();
+}
+
+void ZephrinSessionManager::deliverMovie() {
+    {
+        foundation::ObjectLockGuard guard(_lock);
+        if (_draft) {
+            _draft->releaseReserve();
+        }
+    }
     auto self = shared_from_this();
     auto library = _environment.library;
     library->requestAuthorizationForAccessLevel(
@@ -162,7 +172,8 @@ void ZephrinSessionManager::finishDelivery() {
         throw foundation::InternalInconsistencyException(
             "Expected to be in StoppingRecording state");
     }
-    _transitionToStatus(RecordingStatus::Idle, std::nullopt);
+    const auto endedEarly = _recordingError;
+    _transitionToStatus(RecordingStatus::Idle, endedEarly);
 }
 
 }  // namespace orvane::capture

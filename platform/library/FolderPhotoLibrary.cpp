@@ -10,6 +10,7 @@
 #include <set>
 
 #include "foundation/log.h"
+#include "platform/library/MovieDraft.h"
 #include "platform/library/freedesktop_thumbnail.h"
 #include "platform/library/library_files.h"
 #include "platform/library/library_index.h"
@@ -92,11 +93,8 @@ struct FolderPhotoLibrary::Core {
         return index.get();
     }
 
-    // The index for a write, made with its folder when missing. Called under the mutex.
-    LibraryIndex* writableIndex(std::optional<foundation::Error>& error) {
-        if (index) {
-            return index.get();
-        }
+    // The library's folder, made when missing; false with `error` when it cannot be.
+    bool makeFolder(std::optional<foundation::Error>& error) const {
         std::error_code failed;
         if (!std::filesystem::is_directory(folder(), failed)) {
             // A folder the user named is made alone, never its parents: a missing parent is
@@ -108,8 +106,19 @@ struct FolderPhotoLibrary::Core {
             }
             if (failed) {
                 error = photoLibraryWriteError(folder(), std::strerror(failed.value()));
-                return nullptr;
+                return false;
             }
+        }
+        return true;
+    }
+
+    // The index for a write, made with its folder when missing. Called under the mutex.
+    LibraryIndex* writableIndex(std::optional<foundation::Error>& error) {
+        if (index) {
+            return index.get();
+        }
+        if (!makeFolder(error)) {
+            return nullptr;
         }
         auto opened = LibraryIndex::open(folder(), true);
         error = std::move(opened.error);
@@ -307,6 +316,14 @@ FolderPhotoLibrary::~FolderPhotoLibrary() {
 
 const std::filesystem::path& FolderPhotoLibrary::directory() const {
     return _core->folder();
+}
+
+std::optional<std::filesystem::path> FolderPhotoLibrary::draftsFolder(
+    std::optional<foundation::Error>& error) const {
+    if (!_core->makeFolder(error)) {
+        return std::nullopt;
+    }
+    return movieDraftsFolder(_core->folder());
 }
 
 PHAuthorizationStatus FolderPhotoLibrary::authorizationStatusForAccessLevel(

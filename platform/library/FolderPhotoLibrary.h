@@ -37,6 +37,11 @@ class FolderPhotoLibrary final : public PhotoLibrary {
     ~FolderPhotoLibrary() override;
 
     const std::filesystem::path& directory() const;
+    // Where movies are made before the library takes them (MovieDraft): inside its folder, on
+    // its disk, so taking one is a rename. Makes the library's folder when missing; none with
+    // `error` when that fails.
+    std::optional<std::filesystem::path> draftsFolder(
+        std::optional<foundation::Error>& error) const;
 
     PHAuthorizationStatus authorizationStatusForAccessLevel(PHAccessLevel level) const override;
     void requestAuthorizationForAccessLevel(PHAccessLevel level,

@@ -229,6 +229,11 @@ class FakeAssetWriterFactory final : public platform::AssetWriterFactory {
         }
         return std::make_unique<FakeAssetWriter>(type, script, record);
     }
+    // A fake writer's file is never interrupted: the fake writes nothing.
+    platform::InterruptedMovie closeInterruptedMovie(const std::string&,
+                                                     platform::AssetFileType) override {
+        return {0, 0, 0, foundation::Error{"Fake", 0, "The fake writer writes no files", ""}};
+    }
 };
 
 }  // namespace orvane::capture::testing

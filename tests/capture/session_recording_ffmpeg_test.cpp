@@ -119,6 +119,10 @@ class PatientWriterFactory final : public platform::AssetWriterFactory {
         }
         return std::make_unique<PatientWriter>(std::move(writer), appendedVideo);
     }
+    platform::InterruptedMovie closeInterruptedMovie(const std::string& path,
+                                                     platform::AssetFileType type) override {
+        return _factory.closeInterruptedMovie(path, type);
+    }
 
     std::atomic<int> appendedVideo{0};
 

@@ -128,7 +128,7 @@ class SessionRig {
         environment.recorder.location = std::move(location);
         environment.recorder.make = "Test Maker";
         environment.clock = &clock;
-        environment.temporaryDirectory = directory;
+        environment.draftsFolder = directory / "drafts";
         environment.albumTitle = "Orvane";
         environment.mainQueue = mainQueue;
         manager = ZephrinSessionManager::create(std::move(environment));
