@@ -44,6 +44,7 @@
 
 #include "foundation/Error.h"
 #include "platform/settings/UserDefaults.h"
+#include "platform/settings/defaults_document.h"
 
 namespace orvane::platform {
 
@@ -77,11 +78,7 @@ class JsonFileUserDefaults final : public UserDefaults {
     void endChanges() override;
 
   private:
-    // The file's members split by form.
-    struct Contents {
-        std::map<std::string, DefaultsValue, std::less<>> values;
-        std::map<std::string, std::string, std::less<>> unknown;  // compact JSON text
-    };
+    using Contents = DefaultsDocument;
 
     static void apply(Contents& contents, std::string_view key,
                       const std::optional<DefaultsValue>& value);

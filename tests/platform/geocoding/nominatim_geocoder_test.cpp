@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "foundation/DispatchQueue.h"
+#include "platform/geocoding/nominatim_answer.h"
 #include "tests/platform/geocoding/http_test_server.h"
 
 namespace orvane::platform {
