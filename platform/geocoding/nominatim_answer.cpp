@@ -117,8 +117,9 @@ std::vector<Placemark> placemarksFromNominatim(const std::string& body,
     if (auto code = text(address, "country_code"))
         placemark.ISOcountryCode = upperCase(*code);
 
-    const std::string type = json.value("type", "");
-    const std::string category = json.value("category", "");
+    // A service is free to send any kind of value; only text says what the place is.
+    const std::string type = text(json, "type").value_or("");
+    const std::string category = text(json, "category").value_or("");
     const bool waterCategory = category == "natural" || category == "water" ||
                                category == "waterway" || category == "place";
     if (waterCategory && placemark.name) {

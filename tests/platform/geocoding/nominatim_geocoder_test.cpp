@@ -191,6 +191,23 @@ TEST_F(NominatimGeocoderTest, WaterBecomesOceanOrInlandWater) {
     }
 }
 
+TEST_F(NominatimGeocoderTest, MembersOfAnotherKindReadAsAbsent) {
+    std::optional<foundation::Error> error;
+    const auto placemarks = placemarksFromNominatim(
+        R"({"name": "Lac Léman", "type": {"water": 1}, "category": ["natural"], "lat": [46],
+            "lon": "6.55", "address": {"road": 7, "city": "Lausanne", "country_code": null}})",
+        "fr", error);
+    ASSERT_FALSE(error);
+    ASSERT_EQ(placemarks.size(), 1u);
+    const Placemark& p = placemarks[0];
+    EXPECT_EQ(p.name, "Lac Léman");
+    EXPECT_EQ(p.inlandWater, std::nullopt);
+    EXPECT_EQ(p.thoroughfare, std::nullopt);
+    EXPECT_EQ(p.locality, "Lausanne");
+    EXPECT_EQ(p.ISOcountryCode, std::nullopt);
+    EXPECT_FALSE(p.location.has_value());
+}
+
 TEST_F(NominatimGeocoderTest, EachFailureComesBackAsAnError) {
     struct Row {
         const char* what;
