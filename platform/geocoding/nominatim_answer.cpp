@@ -7,6 +7,7 @@
 
 #include "platform/geocoding/NominatimGeocoder.h"
 #include "platform/geocoding/address_templates.h"
+#include "platform/json_nesting.h"
 
 namespace orvane::platform {
 namespace {
@@ -84,6 +85,13 @@ std::vector<Placemark> placemarksFromNominatim(const std::string& body,
                                                const std::string& languageCode,
                                                std::optional<foundation::Error>& error) {
     error.reset();
+    if (jsonNestsDeeperThan(body, kMaxJsonNesting)) {
+        error = foundation::Error{NominatimGeocoder::kErrorDomain, NominatimGeocoder::kBadAnswer,
+                                  "The geocoding service's answer could not be read",
+                                  "arrays or objects nested more than " +
+                                      std::to_string(kMaxJsonNesting) + " levels deep"};
+        return {};
+    }
     const auto json = nlohmann::json::parse(body, nullptr, /*allow_exceptions=*/false);
     if (json.is_discarded() || !json.is_object()) {
         error = foundation::Error{NominatimGeocoder::kErrorDomain, NominatimGeocoder::kBadAnswer,

@@ -12,8 +12,9 @@
 namespace orvane::platform {
 
 // The placemark of a jsonv2 answer, mapped field by field, or an error (in
-// NominatimGeocoder's domain) for an answer that is not a JSON object and for the service's
-// own {"error": ...}; `languageCode` picks the postal text's layout variant.
+// NominatimGeocoder's domain) for an answer that is not a JSON object or nests deeper than
+// kMaxJsonNesting, and for the service's own {"error": ...}; `languageCode` picks the postal text's
+// layout variant.
 std::vector<Placemark> placemarksFromNominatim(const std::string& body,
                                                const std::string& languageCode,
                                                std::optional<foundation::Error>& error);

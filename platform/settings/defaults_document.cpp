@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/json_nesting.h"
 #include "platform/settings/JsonDefaultsValue.h"
 
 namespace orvane::platform {
@@ -30,6 +31,13 @@ std::optional<DefaultsDocument> decodeDefaultsDocument(const std::string& text,
                                                        std::string& problem) {
     if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
         return DefaultsDocument{};
+    }
+    // Members kept verbatim are written back indented, a level at a time: a few kilobytes of
+    // brackets would become gigabytes.
+    if (jsonNestsDeeperThan(text, kMaxJsonNesting)) {
+        problem = "arrays or objects nested more than " + std::to_string(kMaxJsonNesting) +
+                  " levels deep";
+        return std::nullopt;
     }
     Json json;
     try {

@@ -17,7 +17,8 @@ struct DefaultsDocument {
 };
 
 // Reads a settings file's text; text of nothing but white space is an empty document. Nothing,
-// with `problem` saying what is wrong and where, for text that is not a JSON object.
+// with `problem` saying what is wrong and where, for text that is not a JSON object or that
+// nests deeper than kMaxJsonNesting.
 std::optional<DefaultsDocument> decodeDefaultsDocument(const std::string& text,
                                                        std::string& problem);
 // The file's text: pretty-printed, ending with a line feed. Text that is not UTF-8 is written
