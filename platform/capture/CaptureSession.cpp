@@ -178,7 +178,8 @@ bool CaptureSession::canAddOutputLocked(const std::shared_ptr<CaptureOutput>& ou
     if (!output || output->_session.load() != nullptr) {
         return false;
     }
-    const auto& kind = typeid(*output);
+    const CaptureOutput& adding = *output;  // typeid of a call would evaluate it unseen
+    const auto& kind = typeid(adding);
     return std::none_of(_outputs.begin(), _outputs.end(),
                         [&](const auto& present) { return typeid(*present) == kind; });
 }

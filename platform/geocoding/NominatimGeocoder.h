@@ -75,10 +75,4 @@ class NominatimGeocoder final : public Geocoder {
     std::thread _worker;
 };
 
-// The mapping from a jsonv2 answer to placemarks, or the error it stands for; `languageCode`
-// picks the postal text's layout variant. Exposed for tests.
-std::vector<Placemark> placemarksFromNominatim(const std::string& body,
-                                               const std::string& languageCode,
-                                               std::optional<foundation::Error>& error);
-
 }  // namespace orvane::platform

@@ -17,6 +17,7 @@
 #include "foundation/local_time.h"
 #include "foundation/log.h"
 #include "platform/settings/JsonDefaultsValue.h"
+#include "platform/settings/defaults_document.h"
 
 namespace orvane::platform {
 
@@ -26,21 +27,6 @@ using Json = nlohmann::json;
 
 std::string errorText(int error) {
     return std::system_category().message(error);
-}
-
-// Where a byte offset falls, for a person looking at the file in an editor.
-std::string lineAndColumn(const std::string& text, size_t offset) {
-    size_t line = 1;
-    size_t column = 1;
-    for (size_t i = 0; i < offset && i < text.size(); ++i) {
-        if (text[i] == '\n') {
-            ++line;
-            column = 1;
-        } else {
-            ++column;
-        }
-    }
-    return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
 // The advisory lock every writer of the file takes; released when destroyed.
@@ -305,30 +291,11 @@ int JsonFileUserDefaults::readBytes(std::optional<std::string>& text) const {
 
 bool JsonFileUserDefaults::parse(const std::string& text, Contents& contents,
                                  std::string& problem) {
-    if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
-        return true;
-    }
-    Json document;
-    try {
-        document = Json::parse(text);
-    } catch (const Json::parse_error& e) {
-        problem = "not valid JSON or not UTF-8 text at " + lineAndColumn(text, e.byte - 1);
-        return false;
-    } catch (const Json::exception&) {
-        problem = "it holds a number out of range";
+    auto document = decodeDefaultsDocument(text, problem);
+    if (!document) {
         return false;
     }
-    if (!document.is_object()) {
-        problem =
-            std::string("its top level is a JSON ") + document.type_name() + ", not an object";
-        return false;
-    }
-    for (const auto& [key, member] : document.items()) {
-        if (auto value = decodeDefaultsValue(member)) {
-            contents.values.emplace(key, std::move(*value));
-            continue;
-        }
-        contents.unknown.emplace(key, member.dump());
+    for (const auto& [key, member] : document->unknown) {
         if (_reportedUnknown.insert(key).second) {
             foundation::log(
                 "Settings: \"%s\" in %s has a form this program does not read; it is "
@@ -336,6 +303,7 @@ bool JsonFileUserDefaults::parse(const std::string& text, Contents& contents,
                 key.c_str(), _path.c_str());
         }
     }
+    contents = std::move(*document);
     return true;
 }
 
@@ -477,14 +445,7 @@ std::optional<DefaultsValue> JsonFileUserDefaults::updateObject(std::string_view
 }
 
 void JsonFileUserDefaults::writeUnderLock() {
-    Json document = Json::object();
-    for (const auto& [key, value] : _contents.values) {
-        document[key] = encodeDefaultsValue(value);
-    }
-    for (const auto& [key, text] : _contents.unknown) {
-        document[key] = Json::parse(text);
-    }
-    const std::string text = document.dump(4, ' ', false, Json::error_handler_t::replace) + "\n";
+    const std::string text = encodeDefaultsDocument(_contents);
 
     // A file that is a link (into a folder of dotfiles, say) is written where it points.
     std::filesystem::path target = _path;

@@ -28,9 +28,10 @@
 // write of this instance. A change another process makes is seen here only after this
 // instance's next write, or by a new instance. A read waits while this instance is writing.
 //
-// A broken file (not JSON, JSON that is not an object, bytes that are not UTF-8) is moved aside
-// to "defaults.json.broken-YYYYMMDD-HHMMSS" (local time, with "-2", "-3"... when that exists)
-// and reported. Found on opening, the store starts empty; found by a later write, this run's
+// A broken file (not JSON, JSON that is not an object or that nests arrays and objects more
+// than kMaxJsonNesting deep, bytes that are not UTF-8) is moved aside to
+// "defaults.json.broken-YYYYMMDD-HHMMSS" (local time, with "-2", "-3"... when that exists) and
+// reported. Found on opening, the store starts empty; found by a later write, this run's
 // values are written in its place. When it cannot be moved, or the file cannot be read at all,
 // the store keeps its values in memory for this run and never touches the file.
 #pragma once
@@ -44,6 +45,7 @@
 
 #include "foundation/Error.h"
 #include "platform/settings/UserDefaults.h"
+#include "platform/settings/defaults_document.h"
 
 namespace orvane::platform {
 
@@ -79,11 +81,7 @@ class JsonFileUserDefaults final : public UserDefaults {
     void endChanges() override;
 
   private:
-    // The file's members split by form.
-    struct Contents {
-        std::map<std::string, DefaultsValue, std::less<>> values;
-        std::map<std::string, std::string, std::less<>> unknown;  // compact JSON text
-    };
+    using Contents = DefaultsDocument;
 
     static void apply(Contents& contents, std::string_view key,
                       const std::optional<DefaultsValue>& value);

@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "foundation/DispatchQueue.h"
+#include "platform/geocoding/nominatim_answer.h"
 #include "tests/platform/geocoding/http_test_server.h"
 
 namespace orvane::platform {
@@ -190,6 +191,23 @@ TEST_F(NominatimGeocoderTest, WaterBecomesOceanOrInlandWater) {
     }
 }
 
+TEST_F(NominatimGeocoderTest, MembersOfAnotherKindReadAsAbsent) {
+    std::optional<foundation::Error> error;
+    const auto placemarks = placemarksFromNominatim(
+        R"({"name": "Lac Léman", "type": {"water": 1}, "category": ["natural"], "lat": [46],
+            "lon": "6.55", "address": {"road": 7, "city": "Lausanne", "country_code": null}})",
+        "fr", error);
+    ASSERT_FALSE(error);
+    ASSERT_EQ(placemarks.size(), 1u);
+    const Placemark& p = placemarks[0];
+    EXPECT_EQ(p.name, "Lac Léman");
+    EXPECT_EQ(p.inlandWater, std::nullopt);
+    EXPECT_EQ(p.thoroughfare, std::nullopt);
+    EXPECT_EQ(p.locality, "Lausanne");
+    EXPECT_EQ(p.ISOcountryCode, std::nullopt);
+    EXPECT_FALSE(p.location.has_value());
+}
+
 TEST_F(NominatimGeocoderTest, EachFailureComesBackAsAnError) {
     struct Row {
         const char* what;
@@ -219,6 +237,11 @@ TEST_F(NominatimGeocoderTest, EachFailureComesBackAsAnError) {
          NominatimGeocoder::kBadAnswer,
          "The geocoding service's answer could not be read",
          "[1, 2]"},
+        {"brackets deeper than any answer, inside the service's own error",
+         {200, "{\"error\": " + std::string(200000, '[') + std::string(200000, ']') + "}"},
+         NominatimGeocoder::kBadAnswer,
+         "The geocoding service's answer could not be read",
+         "nested more than 64 levels deep"},
         {"an answer past the timeout",
          {200, kParisStreet, true},
          NominatimGeocoder::kTimedOut,

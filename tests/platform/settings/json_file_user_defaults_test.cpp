@@ -183,7 +183,9 @@ TEST_F(JsonFileUserDefaultsTest, BrokenFilesAreMovedAsideUnchangedAndBlankOnesAr
         {"truncated", "{\n    \"haveinit\": true,\n    \"UIMode\": ", true},
         {"array at top level", "[\"haveinit\", true]", true},
         {"binary garbage", std::string("\x89PNG\r\n\x1a\n\0\0\xff\xfe", 12), true},
-        {"not UTF-8 inside a string", "{\"InputText\": \"caf\xE9\"}", true}};
+        {"not UTF-8 inside a string", "{\"InputText\": \"caf\xE9\"}", true},
+        {"nested deeper than a member is kept",
+         "{\"Future\": " + std::string(100000, '[') + std::string(100000, ']') + "}", true}};
     for (const auto& [what, bytes, broken] : rows) {
         SCOPED_TRACE(what);
         writeFile(bytes);
