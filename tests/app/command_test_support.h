@@ -49,4 +49,24 @@ class CommandTest : public ::testing::Test {
     std::filesystem::path folder;
 };
 
+// A test of the capturing commands: the movie's drafts, the library and the thumbnails stay
+// inside the test's folder.
+class CaptureCommandTest : public CommandTest {
+  protected:
+    void SetUp() override {
+        CommandTest::SetUp();
+        library = folder / "Library";
+    }
+
+    // The command line up to the command's own arguments.
+    std::string command() const {
+        return "env TZ=UTC TMPDIR='" + folder.string() + "' XDG_CACHE_HOME='" +
+               (folder / "cache").string() + "' ORVANE_LIBRARY_DIR='" + library.string() + "' '" +
+               ORVANE_BINARY + "' --config-dir '" + (folder / "config").string() + "' ";
+    }
+    Result run(const std::string& arguments) { return runShell(command() + arguments); }
+
+    std::filesystem::path library;
+};
+
 }  // namespace orvane::app::testing

@@ -2,10 +2,10 @@
 // writing to a disk that fills up. Each must leave every movie playable in the library.
 #include <sys/mount.h>
 
-#include <filesystem>
-#include <fstream>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "tests/app/command_test_support.h"
@@ -15,23 +15,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using testing::CommandTest;
 using testing::Result;
 
-class MovieSafetyTest : public CommandTest {
+class MovieSafetyTest : public testing::CaptureCommandTest {
   protected:
-    void SetUp() override {
-        CommandTest::SetUp();
-        library = folder / "Library";
-    }
-
-    std::string command() const {
-        return "env TZ=UTC TMPDIR='" + folder.string() + "' XDG_CACHE_HOME='" +
-               (folder / "cache").string() + "' ORVANE_LIBRARY_DIR='" + library.string() + "' '" +
-               ORVANE_BINARY + "' --config-dir '" + (folder / "config").string() + "' ";
-    }
-    Result run(const std::string& arguments) { return runShell(command() + arguments); }
-
     // Frames of the movie's video track and its duration, read to the end by ffprobe; none when
     // ffprobe is missing or cannot read the movie.
     struct Probed {
@@ -63,8 +50,6 @@ class MovieSafetyTest : public CommandTest {
         }
         return found;
     }
-
-    fs::path library;
 };
 
 // A recording killed outright leaves its movie in the drafts folder, playable up to its last

@@ -11,24 +11,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using testing::CommandTest;
 using testing::Result;
 
-class RecordCommandTest : public CommandTest {
+class RecordCommandTest : public testing::CaptureCommandTest {
   protected:
-    void SetUp() override {
-        CommandTest::SetUp();
-        library = folder / "Library";
-    }
-
-    // The movie's temporary file, the library and the thumbnails stay inside the test's folder.
-    std::string environment() const {
-        return "env TZ=UTC TMPDIR='" + folder.string() + "' XDG_CACHE_HOME='" +
-               (folder / "cache").string() + "' ORVANE_LIBRARY_DIR='" + library.string() + "' '" +
-               ORVANE_BINARY + "' --config-dir '" + (folder / "config").string() + "' ";
-    }
-    Result run(const std::string& arguments) { return runShell(environment() + arguments); }
-
     // The streams' codecs and the container's tags, one "key=value" a line, or nothing when
     // ffprobe is missing.
     std::optional<std::string> probe(const fs::path& movie) {
@@ -41,8 +27,6 @@ class RecordCommandTest : public CommandTest {
                    movie.string() + "'")
             .out;
     }
-
-    fs::path library;
 };
 
 TEST_F(RecordCommandTest, AStampedMovieWithSoundAndPlaceIsLeftInTheLibrary) {
