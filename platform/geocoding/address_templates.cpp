@@ -290,8 +290,11 @@ std::string upperCase(std::string s) {
 Components componentsOf(const Placemark& placemark) {
     Components components;
     const auto put = [&](const char* name, const std::optional<std::string>& value) {
-        if (value && !trimmed(*value).empty())
-            components.emplace(name, trimmed(*value));
+        if (!value)
+            return;
+        std::string part = trimmed(*value);
+        if (!part.empty() && part.size() <= kMaxPostalPartBytes)
+            components.emplace(name, std::move(part));
     };
     put("road", placemark.thoroughfare);
     put("house_number", placemark.subThoroughfare);

@@ -2,6 +2,7 @@
 // per-country address templates carried as data.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +10,11 @@
 #include "platform/geocoding/Geocoder.h"
 
 namespace orvane::platform {
+
+// The longest part of an address laid out, in bytes; a longer one (no real street or town comes
+// near) is left out of the postal text, as the layouts' regular expressions recurse once per
+// character and a geocoding answer may hold anything.
+inline constexpr std::size_t kMaxPostalPartBytes = 1024;
 
 // The address as a post office would write it, one part a line, the country line included
 // (the placemark's own country name, unchanged, so it can be found again). The layout is the

@@ -104,6 +104,21 @@ TEST(AddressTemplatesTest, NothingWhenThePlacemarkHoldsNoAddress) {
     EXPECT_EQ(formatPostalAddress(blanks, "en"), std::nullopt);
 }
 
+TEST(AddressTemplatesTest, APartTooLongForAnAddressIsLeftOut) {
+    // Cape Verde's rules match the postcode line with a regular expression that recurses once a
+    // character: a town of a hundred thousand letters used to overflow the stack.
+    const std::string longest(kMaxPostalPartBytes, 'P');
+    EXPECT_EQ(formatPostalAddress(place("CV", "Cabo Verde", nullptr, longest.c_str(), "7600",
+                                        "Rua Serpa Pinto", "5"),
+                                  "pt"),
+              "Rua Serpa Pinto 5\n7600-" + longest + "\nCabo Verde");
+    const std::string tooLong(100000, 'P');
+    EXPECT_EQ(formatPostalAddress(place("CV", "Cabo Verde", nullptr, tooLong.c_str(), "7600",
+                                        "Rua Serpa Pinto", "5"),
+                                  "pt"),
+              "Rua Serpa Pinto 5\n7600\nCabo Verde");
+}
+
 TEST(AddressTemplatesTest, TheCountryLineIsThePlacemarksOwnCountry) {
     // The catalogue removes the country line by the placemark's country, so no layout may
     // rename it ("United States of America", "Guadeloupe, France").
