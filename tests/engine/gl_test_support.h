@@ -39,10 +39,8 @@ struct SharedGLContext {
 // The program's context, or null with the problem. Made once; it lives until the program exits.
 inline SharedGLContext& sharedGLContext() {
     static SharedGLContext shared = [] {
-        // Without a shader cache Mesa starts no thread to write it. That thread was the last to
-        // end as a test program exited, joined by Mesa's exit handler just before LeakSanitizer
-        // stops every thread to scan them; and tests write nothing into the user's home. An
-        // explicit setting wins.
+        // Tests write no shader cache into the user's home, and Mesa starts no thread to write
+        // one. An explicit setting wins.
         setenv("MESA_SHADER_CACHE_DISABLE", "true", 0);
         SharedGLContext made;
         made.context =
