@@ -61,7 +61,7 @@ TEST(GpsdSource, FixesFromGpsfake) {
     }
     std::string log;
     for (int second = 0; second < 10; ++second) {
-        char time[16];
+        char time[24];  // room for any int, as the compiler checks
         std::snprintf(time, sizeof time, "1015%02d.00", second);
         const std::string minutes = std::to_string(22.852 + 0.001 * second).substr(0, 6);
         log += nmeaLine(std::string("GPRMC,") + time + ",A,51" + minutes +
