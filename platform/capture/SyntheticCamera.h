@@ -28,8 +28,12 @@ namespace orvane::platform {
 
 class SyntheticCamera final : public CaptureDevice {
   public:
-    // Buffers a camera has in flight at most.
-    static constexpr std::int32_t kBufferCount = 8;
+    // Buffers a camera has in flight at most, as a V4L2 driver's usual four: one being drawn,
+    // one waiting for the capture queue, one waiting for the frame pass, one being uploaded.
+    // When the frame pass falls further behind, the camera drops the new frame instead of
+    // queueing stale ones: a deeper pool only adds latency to the preview and 8 MB a buffer at
+    // 1080p.
+    static constexpr std::int32_t kBufferCount = 4;
     // Units per second of the frames' presentation times: whole for every common frame rate.
     static constexpr std::int32_t kTimescale = 90000;
 
