@@ -1,8 +1,10 @@
 #include "platform/writer/FfmpegVideoInput.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <thread>
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -111,7 +113,12 @@ bool FfmpegVideoInput::open() {
         std::min<std::int64_t>(2 * static_cast<std::int64_t>(_settings.averageBitRate), INT32_MAX));
     context->gop_size = _settings.maxKeyFrameInterval;
     context->max_b_frames = 0;
-    context->thread_count = 0;  // the encoder's own threads, as many as it sees fit
+    // Each picture is cut into slices encoded side by side, one thread a processor. Threads
+    // that each take a whole picture (the encoder's default, half again as many as there are
+    // processors) keep several pictures in flight: more latency, and 20 MB a thread at 1080p,
+    // for a speed this machine's camera and frame pass, sharing the same processors, cannot use.
+    context->thread_type = FF_THREAD_SLICE;
+    context->thread_count = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     context->color_range = AVCOL_RANGE_MPEG;
     context->colorspace = AVCOL_SPC_BT709;
     context->color_primaries = AVCOL_PRI_BT709;
