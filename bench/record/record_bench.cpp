@@ -5,14 +5,17 @@
 //   before still waited for the capture queue;
 // - by the render step: the output pool at its threshold (every buffer in flight);
 // - by the writer: an input not ready for more.
-// It prints one "key value" line each, with the process's CPU time and its resident memory at
-// every tenth of the run, so growth over a recording shows.
+// It prints one "key value" line each, with the process's CPU time and its resident memory (all
+// of it, and its own without the libraries' code) at every tenth of the run (or every EVERY
+// seconds), so growth over a recording shows.
 //
-// Usage: orvane_record_bench WIDTHxHEIGHT SECONDS LIBRARY_DIR
+// Usage: orvane_record_bench WIDTHxHEIGHT SECONDS LIBRARY_DIR [EVERY]
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -43,13 +46,14 @@ double cpuSeconds() {
            static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
-// Resident memory now, in MiB, from /proc.
-double residentMiB() {
+// A line of /proc/self/status in MiB: "VmRSS" for all resident memory, "RssAnon" for the part
+// that is the process's own (not the shared libraries' code).
+double statusMiB(const std::string& key) {
     std::ifstream status("/proc/self/status");
     std::string line;
     while (std::getline(status, line)) {
-        if (line.rfind("VmRSS:", 0) == 0) {
-            return std::stod(line.substr(6)) / 1024.0;
+        if (line.rfind(key + ":", 0) == 0) {
+            return std::stod(line.substr(key.size() + 1)) / 1024.0;
         }
     }
     return 0;
@@ -57,8 +61,9 @@ double residentMiB() {
 
 class BenchController final : public capture::ZephrinSessionManagerDelegate {
   public:
-    BenchController(compositor::ZephrinOpenGLView& view, foundation::RunLoop& loop, double seconds)
-        : _view(view), _loop(loop), _seconds(seconds) {}
+    BenchController(compositor::ZephrinOpenGLView& view, foundation::RunLoop& loop, double seconds,
+                    double every)
+        : _view(view), _loop(loop), _seconds(seconds), _every(every) {}
     std::weak_ptr<capture::ZephrinSessionManager> manager;
     std::atomic<std::uint64_t> rendered{0};
     std::string path;
@@ -87,10 +92,15 @@ class BenchController final : public capture::ZephrinSessionManagerDelegate {
     bool finishRenderingPixelBuffer() override { return _view.finishRenderingPixelBuffer(); }
     void recordingDidStart() override {
         _startCpu = cpuSeconds();
-        for (int tenth = 1; tenth <= 10; ++tenth) {
-            _loop.mainQueue()->after(_seconds * tenth / 10, [this, tenth] {
-                std::printf("rss_mib_at_%d0_percent %.1f\n", tenth, residentMiB());
-                if (tenth == 10) {
+        // A reading every interval from the start; the last, at the run's end, stops it.
+        const int readings = static_cast<int>(std::ceil(_seconds / _every - 1e-9));
+        for (int k = 1; k <= readings; ++k) {
+            const double at = std::min(k * _every, _seconds);
+            _loop.mainQueue()->after(at, [this, at, last = k == readings] {
+                std::printf("rss_mib_at_%.0fs %.1f\n", at, statusMiB("VmRSS"));
+                std::printf("anon_mib_at_%.0fs %.1f\n", at, statusMiB("RssAnon"));
+                std::fflush(stdout);
+                if (last) {
                     std::printf("cpu_seconds %.2f\n", cpuSeconds() - _startCpu);
                     if (auto m = manager.lock()) {
                         m->stopRecording();
@@ -118,6 +128,7 @@ class BenchController final : public capture::ZephrinSessionManagerDelegate {
     compositor::ZephrinOpenGLView& _view;
     foundation::RunLoop& _loop;
     double _seconds;
+    double _every;
     double _startCpu = 0;
 };
 
@@ -128,10 +139,15 @@ int main(int argc, char** argv) {
     setenv("LP_NUM_THREADS", "0", 0);
     int width = 0, height = 0;
     double seconds = 0;
-    if (argc != 4 || std::sscanf(argv[1], "%dx%d", &width, &height) != 2 ||
-        std::sscanf(argv[2], "%lf", &seconds) != 1 || seconds <= 0) {
-        std::fprintf(stderr, "usage: orvane_record_bench WIDTHxHEIGHT SECONDS LIBRARY_DIR\n");
+    double every = 0;
+    if ((argc != 4 && argc != 5) || std::sscanf(argv[1], "%dx%d", &width, &height) != 2 ||
+        std::sscanf(argv[2], "%lf", &seconds) != 1 || seconds <= 0 ||
+        (argc == 5 && (std::sscanf(argv[4], "%lf", &every) != 1 || every <= 0))) {
+        std::fprintf(stderr, "usage: orvane_record_bench WIDTHxHEIGHT SECONDS LIBRARY_DIR [EVERY]\n");
         return 2;
+    }
+    if (every == 0) {
+        every = seconds / 10;
     }
     std::atomic<std::uint64_t> writerDrops{0};
     foundation::setLogSink([&](const std::string& line) {
@@ -157,7 +173,7 @@ int main(int argc, char** argv) {
     };
     compositor::ZephrinOpenGLView view(store, launch.glView, makeContext, makeDrawer);
     compositor::ZephrinOpenGLView::rotateWatermark(3);
-    auto controller = std::make_shared<BenchController>(view, loop, seconds);
+    auto controller = std::make_shared<BenchController>(view, loop, seconds, every);
 
     // The synthetic devices draw and fill their buffers on their clock's thread: a clock of
     // their own keeps that work off the thread that serves the program's timers.
@@ -168,7 +184,15 @@ int main(int argc, char** argv) {
     capture::ZephrinSessionManagerEnvironment environment;
     environment.store = &store;
     environment.devices = devices;
-    environment.library = std::make_shared<platform::FolderPhotoLibrary>(libraryOptions, defaults);
+    auto library = std::make_shared<platform::FolderPhotoLibrary>(libraryOptions, defaults);
+    std::optional<foundation::Error> draftsError;
+    const auto draftsFolder = library->draftsFolder(draftsError);
+    if (!draftsFolder) {
+        std::fprintf(stderr, "%s\n", draftsError ? draftsError->message().c_str() : "no drafts folder");
+        return 1;
+    }
+    environment.library = std::move(library);
+    environment.draftsFolder = *draftsFolder;
     environment.recorder.writerFactory = std::make_shared<platform::FfmpegAssetWriterFactory>();
     environment.recorder.settings = &cache;
     environment.recorder.make = "bench";
