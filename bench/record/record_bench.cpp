@@ -13,12 +13,14 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <thread>
 
@@ -90,8 +92,16 @@ class BenchController final : public capture::ZephrinSessionManagerDelegate {
         return result;
     }
     bool finishRenderingPixelBuffer() override { return _view.finishRenderingPixelBuffer(); }
+    // The drops the camera and the output pool counted so far, read when the recording starts:
+    // those before it (the frame pass's first frames compile its shaders) lose nothing.
+    std::function<std::array<std::uint64_t, 2>()> readDrops;
+    std::array<std::uint64_t, 2> dropsBeforeRecording{};
+
     void recordingDidStart() override {
         _startCpu = cpuSeconds();
+        if (readDrops) {
+            dropsBeforeRecording = readDrops();
+        }
         // A reading every interval from the start; the last, at the run's end, stops it.
         const int readings = static_cast<int>(std::ceil(_seconds / _every - 1e-9));
         for (int k = 1; k <= readings; ++k) {
@@ -222,6 +232,11 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "the synthetic camera has no %dx%d format\n", width, height);
         return 2;
     }
+    controller->readDrops = [camera, weak = std::weak_ptr(manager)] {
+        const auto held = weak.lock();
+        return std::array<std::uint64_t, 2>{camera->droppedFrameCount(),
+                                            held ? held->droppedFrameCount() : 0};
+    };
     manager->resumeCaptureSession();
     loop.run();
     manager->setDelegate({}, nullptr);
@@ -239,6 +254,12 @@ int main(int argc, char** argv) {
                 static_cast<unsigned long long>(camera->droppedFrameCount()));
     std::printf("rendered %llu\n", static_cast<unsigned long long>(controller->rendered.load()));
     std::printf("dropped_by_output_pool %llu\n", static_cast<unsigned long long>(outputPoolDrops));
+    std::printf("dropped_while_recording_by_camera_pool %llu\n",
+                static_cast<unsigned long long>(camera->droppedFrameCount() -
+                                                controller->dropsBeforeRecording[0]));
+    std::printf("dropped_while_recording_by_output_pool %llu\n",
+                static_cast<unsigned long long>(outputPoolDrops -
+                                                controller->dropsBeforeRecording[1]));
     std::printf("dropped_by_writer %llu\n", static_cast<unsigned long long>(writerDrops.load()));
     std::printf("peak_rss_mib %.1f\n", [] {
         rusage usage{};

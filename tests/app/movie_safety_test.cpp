@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <string>
+#include <vector>
 
 #include "tests/app/command_test_support.h"
 
@@ -54,12 +56,28 @@ class MovieSafetyTest : public testing::CaptureCommandTest {
 
 // A recording killed outright leaves its movie in the drafts folder, playable up to its last
 // fragment; recovery delivers it under its name, once, and removes a draft with nothing in it.
+// The three moments a kill can come: mid-fragment (a real kill), during the finish (what a join
+// killed halfway leaves: half a joined file beside the whole fragmented movie) and before the
+// first frame (an empty movie).
 TEST_F(MovieSafetyTest, AKilledRecordingIsRecoveredPlayableAndOnlyOnce) {
     const Result killed = runShell("(" + command() +
                                    "record --duration 0 --gl surfaceless & pid=$!; sleep 6; "
                                    "kill -KILL $pid; wait $pid) 2>/dev/null");
     EXPECT_NE(killed.status, 0);
     ASSERT_TRUE(movies().empty());
+    std::vector<fs::path> drafts;
+    for (const auto& entry : fs::directory_iterator(library / ".recording")) {
+        drafts.push_back(entry.path());
+    }
+    ASSERT_EQ(drafts.size(), 1u);
+    const fs::path killedMovie = drafts.front() / "QK_00000.MOV";
+    ASSERT_TRUE(fs::exists(killedMovie));
+    {
+        std::ifstream in(killedMovie, std::ios::binary);
+        std::string half(fs::file_size(killedMovie) / 2, '\0');
+        in.read(half.data(), static_cast<std::streamsize>(half.size()));
+        std::ofstream(drafts.front() / ".QK_00000.MOV.joining-Ab12Cd", std::ios::binary) << half;
+    }
     // A draft killed before its first frame: a movie file with nothing in it.
     fs::create_directories(library / ".recording" / "early0");
     std::ofstream(library / ".recording" / "early0" / "QK_09999.MOV") << "";
