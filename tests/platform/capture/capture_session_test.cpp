@@ -5,6 +5,7 @@
 #include "foundation/exceptions.h"
 #include "platform/capture/CaptureSession.h"
 #include "platform/capture/SimCaptureDeviceDiscovery.h"
+#include "platform/capture/SyntheticCamera.h"
 #include "tests/foundation/dispatch_test_support.h"
 #include "tests/platform/capture/capture_test_support.h"
 
@@ -236,9 +237,12 @@ TEST_F(CaptureSessionTest, ALateVideoFrameIsDiscardedNotQueued) {
         int delivered;
         std::uint64_t discarded;
     };
+    // As many frames after the first, held one, as the camera has other buffers: a queue that
+    // keeps them all still makes the camera itself drop none.
+    constexpr int kMore = SyntheticCamera::kBufferCount - 1;
     session.addInput(cameraInput);
     session.addOutput(videoOut);
-    for (const Row& row : {Row{true, 2, 3}, Row{false, 5, 0}}) {
+    for (const Row& row : {Row{true, 2, kMore - 1}, Row{false, 1 + kMore, 0}}) {
         SCOPED_TRACE(row.discards);
         auto blocking = std::make_shared<BlockingRecorder>();
         videoOut->setAlwaysDiscardsLateVideoFrames(row.discards);
@@ -247,9 +251,7 @@ TEST_F(CaptureSessionTest, ALateVideoFrameIsDiscardedNotQueued) {
         session.startRunning();
         clock.advance(kOneFrame);
         ASSERT_TRUE(blocking->entered.waitFor(1));
-        // Four more frames while the first is held: fewer than the camera's buffers, so the camera
-        // itself drops none.
-        clock.advance(4.0 / 30 + 0.001);
+        clock.advance(kMore / 30.0 + 0.001);
         session.stopRunning();
         blocking->release.add();
         drain(*videoQueue);
