@@ -153,7 +153,8 @@ int main(int argc, char** argv) {
     if ((argc != 4 && argc != 5) || std::sscanf(argv[1], "%dx%d", &width, &height) != 2 ||
         std::sscanf(argv[2], "%lf", &seconds) != 1 || seconds <= 0 ||
         (argc == 5 && (std::sscanf(argv[4], "%lf", &every) != 1 || every <= 0))) {
-        std::fprintf(stderr, "usage: orvane_record_bench WIDTHxHEIGHT SECONDS LIBRARY_DIR [EVERY]\n");
+        std::fprintf(stderr,
+                     "usage: orvane_record_bench WIDTHxHEIGHT SECONDS LIBRARY_DIR [EVERY]\n");
         return 2;
     }
     if (every == 0) {
@@ -198,7 +199,8 @@ int main(int argc, char** argv) {
     std::optional<foundation::Error> draftsError;
     const auto draftsFolder = library->draftsFolder(draftsError);
     if (!draftsFolder) {
-        std::fprintf(stderr, "%s\n", draftsError ? draftsError->message().c_str() : "no drafts folder");
+        std::fprintf(stderr, "%s\n",
+                     draftsError ? draftsError->message().c_str() : "no drafts folder");
         return 1;
     }
     environment.library = std::move(library);
@@ -257,9 +259,9 @@ int main(int argc, char** argv) {
     std::printf("dropped_while_recording_by_camera_pool %llu\n",
                 static_cast<unsigned long long>(camera->droppedFrameCount() -
                                                 controller->dropsBeforeRecording[0]));
-    std::printf("dropped_while_recording_by_output_pool %llu\n",
-                static_cast<unsigned long long>(outputPoolDrops -
-                                                controller->dropsBeforeRecording[1]));
+    std::printf(
+        "dropped_while_recording_by_output_pool %llu\n",
+        static_cast<unsigned long long>(outputPoolDrops - controller->dropsBeforeRecording[1]));
     std::printf("dropped_by_writer %llu\n", static_cast<unsigned long long>(writerDrops.load()));
     std::printf("peak_rss_mib %.1f\n", [] {
         rusage usage{};

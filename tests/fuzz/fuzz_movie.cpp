@@ -23,7 +23,8 @@ namespace {
 // A folder of this process's own, so that runs side by side never share a file.
 const std::filesystem::path& scratchFolder() {
     static const std::filesystem::path folder = [] {
-        std::string pattern = (std::filesystem::temp_directory_path() / "orvane-fuzz-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "orvane-fuzz-XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr) {
             std::perror("fuzz_movie: cannot make a scratch folder");
             std::abort();

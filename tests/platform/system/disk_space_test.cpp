@@ -20,7 +20,8 @@ TEST(FreeDiskspaceTest, ReadsTheDiskOfThePathAndZeroWhenThereIsNone) {
     const std::filesystem::path disk = pattern;
     if (::mount("orvane-test", disk.c_str(), "tmpfs", 0, "size=8m") != 0) {
         std::filesystem::remove_all(disk);
-        GTEST_SKIP() << "a disk of known size needs root to mount a tmpfs: " << std::strerror(errno);
+        GTEST_SKIP() << "a disk of known size needs root to mount a tmpfs: "
+                     << std::strerror(errno);
     }
     std::filesystem::create_directory(disk / "drafts");
     EXPECT_EQ(freeDiskspaceNew(disk / "drafts"), 8);
