@@ -20,9 +20,11 @@ extern "C" {
 
 namespace {
 
-// A folder of this process's own, so that runs side by side never share a file.
+// A folder of this process's own, so that runs side by side never share a file. It lives
+// until the exit handler has removed it: a static object would be destroyed before the handler
+// registered during its own construction runs.
 const std::filesystem::path& scratchFolder() {
-    static const std::filesystem::path folder = [] {
+    static const std::filesystem::path* const folder = [] {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "orvane-fuzz-XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr) {
@@ -31,9 +33,9 @@ const std::filesystem::path& scratchFolder() {
         }
         av_log_set_level(AV_LOG_QUIET);
         std::atexit([] { std::filesystem::remove_all(scratchFolder()); });
-        return std::filesystem::path(pattern);
+        return new std::filesystem::path(pattern);
     }();
-    return folder;
+    return *folder;
 }
 
 }  // namespace
