@@ -173,13 +173,9 @@ int runFrame(const FrameOptions& options, screen::SettingsStore& store,
         err << "orvane frame: no GL context could be made (the log above says why)\n";
         return 1;
     }
-    // The text block is placed by the size of the frame before, so the first pass of a new size
-    // only sets the size, as the live pipeline's first frame does.
-    for (int pass = 0; pass < 2; ++pass) {
-        if (view.displayAndRenderPixelBuffer(source, output, true) != 0) {
-            err << "orvane frame: the frame pass failed\n";
-            return 1;
-        }
+    if (view.displayAndRenderPixelBuffer(source, output, true) != 0) {
+        err << "orvane frame: the frame pass failed\n";
+        return 1;
     }
     if (!writePng(*output, options.out, problem)) {
         err << "orvane frame: " << problem << "\n";

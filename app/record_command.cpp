@@ -267,6 +267,9 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
     auto& loop = foundation::mainRunLoop();
     const auto queue = loop.mainQueue();
     auto& clock = loop.clock();
+    // The mode is the camera's mode, as the screen's mode switch makes it: every part that reads
+    // it (the stamp's font size above all) sees the mode this recording is made in.
+    store.viewController.saveCameraModeIndex(*modeIndex(options.mode));
 
     std::string problem;
     auto locationManager = platform::makeLocationManager(options.location, queue, clock, problem);

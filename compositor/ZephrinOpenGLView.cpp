@@ -169,9 +169,7 @@ void ZephrinOpenGLView::resetTimePositon() {
     const int width = frameWidth.load();
     const int height = frameHeight.load();
     const engine::Size size = _lineDrawer ? _lineDrawer->textSize() : engine::Size{};
-    const Margins margins =
-        onlyFront ? Margins{}
-                  : marginsFor(textDistance.load(), _cache.getMarginsMode(), width, height);
+    const Margins margins = textMargins(width, height);
     textRect[2].store(engine::kTextureSide);
     textRect[3].store(engine::kTextureSide);
     if (const auto origin = textRectOrigin(orientation, position, margins, onlyFront, width, height,
@@ -179,6 +177,12 @@ void ZephrinOpenGLView::resetTimePositon() {
         textRect[0].store(static_cast<float>(origin->x));
         textRect[1].store(static_cast<float>(origin->y));
     }
+}
+
+Margins ZephrinOpenGLView::textMargins(int width, int height) const {
+    return onlyFrontCamera.load()
+               ? Margins{}
+               : marginsFor(textDistance.load(), _cache.getMarginsMode(), width, height);
 }
 
 void ZephrinOpenGLView::setTPosition(std::int64_t position) {

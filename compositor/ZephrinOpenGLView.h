@@ -193,6 +193,10 @@ class ZephrinOpenGLView {
     FrameLayers chooseLayers();
     void advanceAnimations(int width, int height, const FrameLayers& layers);
     CameraPlacement placeCamera(int width, int height);
+    // The room the stamp layer lays its block out in, for this frame's size and orientation.
+    engine::Size textRoomFor(int width, int height) const;
+    Margins textMargins(int width, int height) const;
+    bool compassShown() const;
     bool attachOutputTexture(int width, int height);
     Road chooseRoad(const platform::PixelBuffer& source, int width, int height,
                     const FrameLayers& layers, const CameraPlacement& camera,

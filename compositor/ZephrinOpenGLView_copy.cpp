@@ -28,30 +28,36 @@ bool ZephrinOpenGLView::copyAndBlendTextBlock(const OverlayPlan& plan,
     if (!map) {
         return copyOnly(true);
     }
-    // The pixels the block may touch: the scissor, or the whole square without one.
-    std::array<int, 4> clip;
+    // The pixels the block may touch: the scissor within the stamp's square, within the frame.
+    std::array<int, 4> clip = plan.text;
     if (plan.scissor) {
-        clip = clipToFrame(plan.scissor->x, plan.scissor->y, plan.scissor->width,
-                           plan.scissor->height, width, height);
-    } else {
-        clip = clipToFrame(plan.text[0], plan.text[1], plan.text[2], plan.text[3], width, height);
+        const int x0 = std::max(plan.text[0], static_cast<int>(plan.scissor->x));
+        const int y0 = std::max(plan.text[1], static_cast<int>(plan.scissor->y));
+        const int x1 = std::min(plan.text[0] + plan.text[2],
+                                static_cast<int>(plan.scissor->x + plan.scissor->width));
+        const int y1 = std::min(plan.text[1] + plan.text[3],
+                                static_cast<int>(plan.scissor->y + plan.scissor->height));
+        clip = {x0, y0, x1 - x0, y1 - y0};
     }
-    // The texels those pixels need, from two opposite corners, kept inside the square.
+    clip = clipToFrame(clip[0], clip[1], clip[2], clip[3], width, height);
+    if (clip[2] <= 0 || clip[3] <= 0) {
+        return copyOnly(true);
+    }
+    // The texels those pixels need, from two opposite corners: inside the square, as the
+    // pixels are.
     const auto texelOf = [&](int x, int y) {
         const int dx = x - map->origin.x;
         const int dy = y - map->origin.y;
         return PointI{dx * map->uStep.x + dy * map->uStep.y, dx * map->vStep.x + dy * map->vStep.y};
     };
-    if (clip[2] <= 0 || clip[3] <= 0) {
-        return copyOnly(true);
-    }
     const PointI a = texelOf(clip[0], clip[1]);
     const PointI b = texelOf(clip[0] + clip[2] - 1, clip[1] + clip[3] - 1);
     const std::array<int, 4> texels{std::min(a.x, b.x), std::min(a.y, b.y), std::abs(a.x - b.x) + 1,
                                     std::abs(a.y - b.y) + 1};
     if (texels[0] < 0 || texels[1] < 0 || texels[0] + texels[2] > engine::kTextureSide ||
         texels[1] + texels[3] > engine::kTextureSide) {
-        return copyOnly(true);
+        foundation::log("The stamp's quad does not cover its square; the stamp is left out");
+        return copyOnly(false);
     }
     const std::uint64_t draws = _lineDrawer->drawCount();
     if (draws != _stampDraws || texels != _stampTexelRect) {

@@ -27,17 +27,22 @@ std::int32_t ZephrinOpenGLView::displayAndRenderPixelBuffer(const platform::Pixe
         finishRenderingPixelBuffer();
     }
     _stats = {};
-    if (_lineDrawer) {
-        resetTimePositon();
-    }
-    const FrameLayers layers = chooseLayers();
     if (!output || !source) {
         return kFramePassParameterError;
     }
     const int width = output->width();
     const int height = output->height();
-    advanceAnimations(width, height, layers);
     const CameraPlacement camera = placeCamera(width, height);
+    const FrameLayers layers = chooseLayers();
+    if (_lineDrawer) {
+        _lineDrawer->setTextRoom(textRoomFor(width, height));
+    }
+    advanceAnimations(width, height, layers);
+    // The block is placed by this tick's size, so that it stands whole from the first frame and
+    // whenever it grows.
+    if (_lineDrawer) {
+        resetTimePositon();
+    }
     if (!attachOutputTexture(width, height)) {
         return kFramePassParameterError;
     }
@@ -79,6 +84,10 @@ ZephrinOpenGLView::FrameLayers ZephrinOpenGLView::chooseLayers() {
         loadParticle(particleIndex);
     }
     layers.particlesOn = particleKnown && _particleTexture[layers.particle] != nullptr;
+    // The compass's images decide its viewport, so they are there before the overlays are placed.
+    if (compassShown() && !_compassNeedle) {
+        loadLuoPanImage();
+    }
     return layers;
 }
 
@@ -110,6 +119,11 @@ ZephrinOpenGLView::CameraPlacement ZephrinOpenGLView::placeCamera(int width, int
     }
     return {quad,
             cameraModelMatrix(back, _cache.getIsMirrorFrontCamera(), stampOrientation.load())};
+}
+
+engine::Size ZephrinOpenGLView::textRoomFor(int width, int height) const {
+    const SizeI room = textRoom(stampOrientation.load(), textMargins(width, height), width, height);
+    return {static_cast<float>(room.width), static_cast<float>(room.height)};
 }
 
 bool ZephrinOpenGLView::attachOutputTexture(int width, int height) {

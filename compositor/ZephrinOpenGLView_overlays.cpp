@@ -21,8 +21,7 @@ ZephrinOpenGLView::OverlayPlan ZephrinOpenGLView::planOverlays(int width, int he
         plan.map = viewportAt(overlayOrigin(orientation, code, width, height, size, 0), size);
         plan.drawMap = true;
     }
-    if (_cache.isShowLuoPan() && luoPanReading().isGetLuoPan &&
-        _cache.getCompassDisplayType() != 2) {
+    if (compassShown()) {
         plan.drawCompass = true;
         if (_compassNeedle) {
             const SizeI size = overlaySize(0.2 * _cache.readLuoPanSize(), width, height,
@@ -99,6 +98,11 @@ void ZephrinOpenGLView::collectOverlayRects(const OverlayPlan& plan, int width, 
     }
 }
 
+bool ZephrinOpenGLView::compassShown() const {
+    return _cache.isShowLuoPan() && luoPanReading().isGetLuoPan &&
+           _cache.getCompassDisplayType() != 2;
+}
+
 stamp::LineDrawer::LuoPanReading ZephrinOpenGLView::luoPanReading() const {
     return _luoPan ? _luoPan() : stamp::LineDrawer::LuoPanReading{};
 }
@@ -133,13 +137,8 @@ void ZephrinOpenGLView::drawOverlays(const OverlayPlan& plan) {
         drawOverlay(_map->name(), quad);
         glDisable(GL_BLEND);
     }
-    if (plan.drawCompass) {
-        if (!_compassNeedle) {
-            loadLuoPanImage();
-        }
-        if (_compassNeedle && _compassDial) {
-            drawCompass(plan, quad);
-        }
+    if (plan.drawCompass && _compassNeedle && _compassDial) {
+        drawCompass(plan, quad);
     }
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);

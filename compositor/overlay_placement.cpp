@@ -1,8 +1,9 @@
 #include "compositor/overlay_placement.h"
 
-#include "engine/geometry.h"
 #include <algorithm>
 #include <cmath>
+
+#include "engine/geometry.h"
 
 namespace orvane::compositor {
 
@@ -123,6 +124,23 @@ std::optional<PointF> textRectOrigin(int orientation, std::int64_t timePosition,
         }
         default:
             return std::nullopt;
+    }
+}
+
+SizeI textRoom(int orientation, Margins margins, int width, int height) {
+    const auto side = [](int pixels) { return std::clamp(pixels, 1, engine::kTextureSide); };
+    const SizeI landscape{side(width - 2 * margins.dx), side(height - 2 * margins.dy)};
+    const SizeI portrait{side(height - 2 * margins.dy), side(width - 2 * margins.dx)};
+    switch (orientation) {
+        case kOrientationPortrait:
+        case kOrientationPortraitUpsideDown:
+            return portrait;
+        case kOrientationLandscapeRight:
+        case kOrientationLandscapeLeft:
+            return landscape;
+        default:
+            return {std::min(landscape.width, portrait.width),
+                    std::min(landscape.height, portrait.height)};
     }
 }
 

@@ -80,6 +80,11 @@ std::optional<PointF> textRectOrigin(int orientation, std::int64_t timePosition,
                                      bool onlyFrontCamera, double width, double height,
                                      double textWidth, double textHeight);
 
+// The room the text block may take, in the stamp layer's terms (width along the viewer's
+// horizontal): the frame as the viewer sees it, less the margins on both sides, and no more than
+// the stamp's square. An unknown orientation takes the smaller of both readings.
+SizeI textRoom(int orientation, Margins margins, int width, int height);
+
 // The part of the text rectangle the block occupies. Chosen by the orientation itself, also on
 // an only-front device.
 std::optional<RectF> textScissor(int orientation, PointF origin, double textWidth,

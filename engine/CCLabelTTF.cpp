@@ -57,6 +57,14 @@ void CCLabelTTF::setFontSize(float fontSize) {
     updateTexture();
 }
 
+void CCLabelTTF::setWrapWidth(int pixels) {
+    pixels = std::max(pixels, 0);
+    if (pixels != _wrapWidth) {
+        _wrapWidth = pixels;
+        updateTexture();
+    }
+}
+
 void CCLabelTTF::setFontFillColor(Color3B color, bool updateImage) {
     _fill = color;
     if (updateImage) {
@@ -92,10 +100,11 @@ void CCLabelTTF::updateTexture() {
     style.strokeColor = _strokeColor;
     style.strokeSize = _strokeSize;
     style.alignment = CCTexture2D::hAligment();
-    style.wrapWidth = limit;
+    style.wrapWidth = _wrapWidth > 0 ? std::min(_wrapWidth, limit) : limit;
     style.maxHeight = limit;
     const TextBitmap bitmap = rasterizeText(_text, style);
     ++_rasterizations;
+    _cut = bitmap.cut;
 
     // The texture keeps its GL name from one text to the next.
     if (texture()) {

@@ -38,6 +38,14 @@ class CCLabelTTF : public CCSprite {
     void enableStrokeWithColor(Color3B color, float size, bool updateImage);
     void disableStrokeAndUpdateImage(bool updateImage);
 
+    // Lines wrap at `pixels` (never beyond the bitmap's limit below); 0 wraps at that limit.
+    // Rasterises when the width changes.
+    void setWrapWidth(int pixels);
+    int wrapWidth() const { return _wrapWidth; }
+    // Whether the last rasterisation left lines out, the text being taller than the bitmap's
+    // limit.
+    bool isCut() const { return _cut; }
+
     // Rasterises now.
     void updateTexture();
     // How many times the label has been rasterised, for the redraw tests and benchmarks.
@@ -57,6 +65,8 @@ class CCLabelTTF : public CCSprite {
     bool _stroke = false;
     Color3B _strokeColor{0, 0, 0};
     float _strokeSize = 0.0f;
+    int _wrapWidth = 0;
+    bool _cut = false;
     std::uint64_t _rasterizations = 0;
 };
 

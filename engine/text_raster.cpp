@@ -131,7 +131,7 @@ GObjectPtr<PangoLayout> makeLayout(const std::string& utf8, const TextStyle& sty
         pango_layout_get_pixel_size(layout.get(), &width, nullptr);
         if (width > style.wrapWidth) {
             pango_layout_set_width(layout.get(), style.wrapWidth * PANGO_SCALE);
-            pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
+            pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD);
         }
     }
     return layout;
@@ -221,6 +221,7 @@ TextBitmap rasterizeText(const std::string& utf8, const TextStyle& style) {
     bitmap.width = std::min(right - left, kMaxSide);
     bitmap.height = std::min(bottom - top, kMaxSide);
     if (style.maxHeight > 0 && bitmap.height > style.maxHeight) {
+        bitmap.cut = true;
         bitmap.height = heightOfWholeLines(layout.get(), top, pad, style.maxHeight);
     }
 

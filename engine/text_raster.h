@@ -23,7 +23,10 @@ struct TextStyle {
     // |strokeSize| percent of the font size wide, centred on the glyphs' edges.
     float strokeSize = 0.0f;
     int alignment = 0;  // inner lines: 0 left, 1 centre, 2 right
-    int wrapWidth = 0;  // lines wrap only when wider than this many pixels; 0 never
+    // Lines wider than this many pixels wrap between words, never inside one: a word wider than
+    // the width overflows it, so the caller sees the bitmap is too wide and can draw smaller
+    // (breaking "PM" after its "P" is worse than either). 0 never wraps.
+    int wrapWidth = 0;
     int maxHeight = 0;  // lines below this many pixels are cut; 0 never
 };
 
@@ -32,6 +35,7 @@ struct TextBitmap {
     int width = 0;
     int height = 0;
     std::vector<std::uint8_t> rgba;
+    bool cut = false;  // lines beyond maxHeight were left out
 };
 
 // The bitmap covers the layout's logical box (line heights and advances), grown on any side

@@ -110,6 +110,13 @@ class LineDrawer {
     void setStroke(bool enabled, const foundation::Color& color);
     // Rasterises the text labels again (after a change of alignment), then a tick and a draw.
     void resetText();
+    // The room the block may take in the picture as the viewer sees it, in texture pixels (at
+    // most the texture's side). Lines wrap at its width, and a block that is still wider or
+    // taller is drawn at a smaller font size until it fits, so the stamp is never cut. The
+    // compositor gives it before each tick; a new room takes effect at the next tick.
+    void setTextRoom(engine::Size room);
+    // The font size the labels are drawn at: fontSize(), or less where the room made it so.
+    float fittedFontSize() const;
 
     // For tests and benchmarks: how often the texture was drawn, the rasterisations of every
     // label so far, and the layout of the last tick.
@@ -217,10 +224,11 @@ class LineDrawer {
         std::optional<engine::Color3B> stroke;  // none: no outline
         bool rasterizeTexts = false;
         bool clearTexture = false;
+        std::optional<engine::Size> room;
 
         bool any() const {
             return fontName || fill || fontSize > 0 || strokeChanged || rasterizeTexts ||
-                   clearTexture;
+                   clearTexture || room;
         }
     };
 
@@ -238,6 +246,14 @@ class LineDrawer {
     bool makeContextCurrent() REQUIRES(_drawMutex);
     // Labels, layout, redraw test: the GL side of a tick, after the texts are composed.
     void placeLabels() REQUIRES(_drawMutex);
+    // Measures the labels and lays the block out.
+    void layoutLabels(const StampLayoutInput& input) REQUIRES(_drawMutex);
+    // Draws the labels smaller while the laid-out block is larger than the room; returns
+    // whether the font size changed.
+    bool fitToRoom(const StampLayoutInput& input) REQUIRES(_drawMutex);
+    float fittedFontSizeLocked() const REQUIRES(_drawMutex);
+    // Gives every label the font size times the fit scale.
+    void applyFittedFontSize() REQUIRES(_drawMutex);
 
     screen::SettingsStore& _store;
     screen::SettingsCache& _cache;
@@ -281,6 +297,11 @@ class LineDrawer {
     bool _drawPending GUARDED_BY(_drawMutex) = false;
     bool _contextFailureLogged GUARDED_BY(_drawMutex) = false;
     PenStroke _pen GUARDED_BY(_drawMutex);
+    // The room the block may take (zero: no limit but the texture) and the share of the font
+    // size the labels are drawn at to fit it. The share only falls until the room or the font
+    // changes, so a block that grew does not swing back and forth between two sizes.
+    engine::Size _room GUARDED_BY(_drawMutex);
+    float _fitScale GUARDED_BY(_drawMutex) = 1.0f;
     std::atomic<float> _fontSize{0.0f};
     std::atomic<int> _textDistance{0};
     std::atomic<std::uint64_t> _drawCount{0};

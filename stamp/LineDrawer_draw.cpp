@@ -22,6 +22,11 @@ namespace {
 // Negative: fill and outline, the outline 3% of the font size.
 constexpr float kStrokeSize = -3.0f;
 constexpr const char* kFallbackFontName = "ArialMT";
+// Fitting the block to its room: at most this many smaller sizes a tick, each this much below
+// the share the block is over by, and never below a size that can still be read.
+constexpr int kFitSteps = 4;
+constexpr float kFitMargin = 0.98f;
+constexpr float kSmallestFontSize = 6.0f;
 
 std::uint8_t component(double value) {
     return static_cast<std::uint8_t>(std::clamp(static_cast<int>(value * 255), 0, 255));
@@ -119,13 +124,6 @@ void LineDrawer::placeLabels() {
     const bool tailChanged = s.compassTail.setString(_strings.compassTail);
     textsChanged |= s.staticBlock.setString(_strings.blocks.staticBlock);
 
-    _measures.time = s.time.measure();
-    _measures.coordinates = s.coordinates.measure();
-    _measures.compassTail = s.compassTail.measure();
-    _measures.staticBlock = s.staticBlock.measure();
-    for (std::size_t i = 0; i < kGlyphCount; ++i) {
-        _measures.glyphs[i] = s.glyphs[i].text->contentSize();
-    }
     StampLayoutInput input;
     input.fraction = _strings.fraction;
     input.compassShown = _strings.compassShown;
@@ -134,7 +132,8 @@ void LineDrawer::placeLabels() {
     input.stopWatch = _strings.stopWatch;
     input.hAlignment = engine::CCTexture2D::hAligment();
     input.timeBelow = _state.timeBelow();
-    layoutStamp(input, _measures, _layout);
+    layoutLabels(input);
+    const bool refitted = fitToRoom(input);
 
     s.time.place(_layout.time);
     s.coordinates.place(_layout.coordinates);
@@ -152,7 +151,7 @@ void LineDrawer::placeLabels() {
     look.backgroundColor = _cache.getBackgroundColor();
     // The compass tail's text is a label too, though the redraw test reads its degree.
     const bool labelsChanged =
-        textsChanged || tailChanged ||
+        textsChanged || tailChanged || refitted ||
         !(look.hAlignment == _drawnLook.hAlignment && look.timeBelow == _drawnLook.timeBelow &&
           look.backgroundAlpha == _drawnLook.backgroundAlpha &&
           look.textAlpha == _drawnLook.textAlpha &&
@@ -163,6 +162,71 @@ void LineDrawer::placeLabels() {
         _drawnLook.fraction = {};  // the view would outlive this tick's text
         drawLocked(whole ? wholeStamp()
                          : stampDamage(_drawnLayout, _layout, _measures, labelsChanged));
+    }
+}
+
+void LineDrawer::layoutLabels(const StampLayoutInput& input) {
+    Surface& s = *_surface;
+    _measures.time = s.time.measure();
+    _measures.coordinates = s.coordinates.measure();
+    _measures.compassTail = s.compassTail.measure();
+    _measures.staticBlock = s.staticBlock.measure();
+    for (std::size_t i = 0; i < kGlyphCount; ++i) {
+        _measures.glyphs[i] = s.glyphs[i].text->contentSize();
+    }
+    layoutStamp(input, _measures, _layout);
+}
+
+bool LineDrawer::fitToRoom(const StampLayoutInput& input) {
+    if (_room.width <= 0 || _room.height <= 0) {
+        return false;
+    }
+    bool refitted = false;
+    // Smaller text wraps differently, so one step may not be enough; each takes the share by
+    // which the block is over, and a little more for the rounding of glyph sizes.
+    for (int step = 0; step < kFitSteps; ++step) {
+        engine::Size size = _layout.textSize();
+        bool cut = false;
+        _surface->forEachTextLabel([&](LabelPair& pair) { cut = cut || pair.text->isCut(); });
+        if (size.width <= _room.width && size.height <= _room.height && !cut) {
+            break;
+        }
+        // A label cut at the texture's side is at least a line taller than it shows.
+        if (cut) {
+            size.height = std::max(size.height, _room.height) + fittedFontSizeLocked();
+        }
+        const float share = std::min(_room.width / size.width, _room.height / size.height);
+        const float scale = _fitScale * share * kFitMargin;
+        if (_fontSize.load(std::memory_order_relaxed) * scale < kSmallestFontSize) {
+            break;
+        }
+        _fitScale = scale;
+        applyFittedFontSize();
+        layoutLabels(input);
+        refitted = true;
+    }
+    _drawPending = _drawPending || refitted;
+    return refitted;
+}
+
+float LineDrawer::fittedFontSizeLocked() const {
+    return _fontSize.load(std::memory_order_relaxed) * _fitScale;
+}
+
+void LineDrawer::applyFittedFontSize() {
+    const float size = fittedFontSizeLocked();
+    _surface->forEachLabel([&](engine::CCLabelTTF& label) { label.setFontSize(size); });
+}
+
+float LineDrawer::fittedFontSize() const {
+    std::lock_guard lock(_drawMutex);
+    return fittedFontSizeLocked();
+}
+
+void LineDrawer::setTextRoom(engine::Size room) {
+    std::lock_guard lock(_drawMutex);
+    if (room != _changes.room.value_or(_room)) {
+        _changes.room = room;
     }
 }
 
@@ -318,7 +382,22 @@ void LineDrawer::applyLabelChanges() {
             [&](engine::CCLabelTTF& label) { label.setFontFillColor(*c.fill, true); });
     }
     if (c.fontSize > 0) {
+        _fitScale = 1.0f;
         s.forEachLabel([&](engine::CCLabelTTF& label) { label.setFontSize(c.fontSize); });
+    }
+    if (c.room && *c.room != _room) {
+        _room = *c.room;
+        const int wrap = std::max(1, static_cast<int>(_room.width));
+        s.forEachTextLabel([&](LabelPair& pair) {
+            pair.text->setWrapWidth(wrap);
+            pair.shadow->setWrapWidth(wrap);
+        });
+        // A new room may give back what an old one took.
+        if (_fitScale != 1.0f) {
+            _fitScale = 1.0f;
+            applyFittedFontSize();
+        }
+        _drawPending = true;
     }
     if (c.strokeChanged) {
         s.forEachInkLabel([&](engine::CCLabelTTF& label) {

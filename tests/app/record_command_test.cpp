@@ -39,6 +39,9 @@ TEST_F(RecordCommandTest, AStampedMovieWithSoundAndPlaceIsLeftInTheLibrary) {
     ASSERT_TRUE(fs::exists(movie));
     EXPECT_GT(fs::file_size(movie), 1000u);
     EXPECT_TRUE(fs::is_empty(library / ".recording")) << "the draft goes once the library has it";
+    // The first run leaves the stored mode at photo; the movie was stamped as a video, in the
+    // mode it was made in, and that mode is now the camera's.
+    EXPECT_EQ(run("settings get cameraModeIndex").out, "0\n");
 
     const Result listed = run("library list");
     ASSERT_EQ(listed.status, 0) << listed.err;

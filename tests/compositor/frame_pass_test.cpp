@@ -108,13 +108,10 @@ class FramePassTest : public testing::GLTest {
         return *view;
     }
 
-    // Two passes, so the text is placed by this frame's size.
     platform::PixelBufferRef render(ZephrinOpenGLView& v, const platform::PixelBufferRef& source) {
         v.setDimensions(source->width(), source->height(), 0);
         auto output = makeBuffer(source->width(), source->height());
-        for (int pass = 0; pass < 2; ++pass) {
-            EXPECT_EQ(v.displayAndRenderPixelBuffer(source, output, true), 0);
-        }
+        EXPECT_EQ(v.displayAndRenderPixelBuffer(source, output, true), 0);
         return output;
     }
 
@@ -187,6 +184,50 @@ TEST_F(FramePassTest, TheStampLiesOnlyInItsBlock) {
     EXPECT_GT(differingPixels(*output, *source, 8), 50u);
 }
 
+TEST_F(FramePassTest, TheStampStandsWholeInThePictureWhateverItsSize) {
+    const std::string lines =
+        "Site 14, north gate, delivery bay\nInspection by the county "
+        "surveyor\nConcrete pour, second floor slab\nWeather: overcast";
+    struct Case {
+        const char* name;
+        int width, height, orientation;
+        std::int64_t position, margins, cameraMode, level;
+        bool customText;
+    };
+    for (const Case& c : {
+             Case{"photo font, largest level", 1920, 1080, 3, 0, 1, 1, 4, true},
+             Case{"4K, largest photo font", 3840, 2160, 3, 5, 1, 1, 4, true},
+             Case{"portrait on a landscape buffer", 1280, 720, 1, 2, 1, 0, 2, false},
+             Case{"upside down, centred", 1280, 720, 2, 4, 2, 1, 3, true},
+             Case{"landscape left, printable", 640, 360, 4, 3, 2, 0, 4, true},
+             Case{"small portrait frame", 320, 240, 1, 5, 3, 1, 4, true},
+         }) {
+        SCOPED_TRACE(c.name);
+        store.viewController.saveCameraModeIndex(c.cameraMode);
+        store.viewController.setDefaultFontSizeLevel(c.level);
+        cache.setMarginsMode(c.margins);
+        state.setCustomText(c.customText ? lines : "");
+        ZephrinOpenGLView::rotateWatermark(c.orientation);
+        const auto source = solidBuffer(c.width, c.height, 0xff204060);
+        for (const bool copied : {true, false}) {
+            auto& v = makeView(1, c.position);
+            v.setCopyShortcutEnabled(copied);
+            const auto output = render(v, source);
+            EXPECT_EQ(v.lastFrameStats().copiedCamera, copied);
+            const engine::Size text = v.lineDrawer()->textSize();
+            const RectF origin = ZephrinOpenGLView::getTextRect();
+            const auto block =
+                textScissor(c.orientation, {origin.x, origin.y}, text.width, text.height);
+            ASSERT_TRUE(block);
+            EXPECT_GE(block->x, 0);
+            EXPECT_GE(block->y, 0);
+            EXPECT_LE(block->x + block->width, c.width);
+            EXPECT_LE(block->y + block->height, c.height);
+            EXPECT_GT(differingPixels(*output, *source, 8), 50u) << "the stamp is drawn";
+        }
+    }
+}
+
 TEST_F(FramePassTest, MirroringTurnsTheCameraAndNeverTheStamp) {
     cache.setIsMirrorFrontCamera(true);
     // On a uniform picture a mirrored camera looks the same, so any change would be the stamp.
@@ -207,20 +248,17 @@ TEST_F(FramePassTest, MirroringTurnsTheCameraAndNeverTheStamp) {
     EXPECT_EQ(bgrAt(*mirrored, x, y), bgrAt(*scene, 639 - x, 359 - y));
 }
 
-TEST_F(FramePassTest, FirstFrameTextLiesByTheOldSize) {
+TEST_F(FramePassTest, FirstFrameTextLiesByItsOwnSize) {
     auto& v = makeView(19, 3);
     const auto source = solidBuffer(400, 300, 0xff000000);
     auto output = makeBuffer(400, 300);
     v.setDimensions(400, 300, 0);
     ASSERT_NE(ZephrinOpenGLView::getFrameSize().height, 300);
     ASSERT_EQ(v.displayAndRenderPixelBuffer(source, output, true), 0);
+    // The size and the block are known before the block is placed: bottom left at once.
     const float th = v.lineDrawer()->textSize().height;
     const int d = ZephrinOpenGLView::getTextDistance();
-    // The block was placed before the size was known; the size change then put the square at
-    // its provisional origin, the buffer's first pixel in landscape, not at the bottom.
-    EXPECT_EQ(ZephrinOpenGLView::getTextRect().x, 0);
-    EXPECT_EQ(ZephrinOpenGLView::getTextRect().y, 0);
-    ASSERT_EQ(v.displayAndRenderPixelBuffer(source, output, true), 0);
+    EXPECT_FLOAT_EQ(ZephrinOpenGLView::getTextRect().x, static_cast<float>(d));
     EXPECT_FLOAT_EQ(ZephrinOpenGLView::getTextRect().y, static_cast<float>(300 - d) - th);
     EXPECT_EQ(ZephrinOpenGLView::getFrameSize(), (SizeI{400, 300}));
 }

@@ -28,7 +28,7 @@ constexpr int kWidth = 1280;
 constexpr int kHeight = 720;
 
 std::filesystem::path goldenPath(const std::string& name) {
-    return std::filesystem::path(__FILE__).parent_path() / "golden" / (name + ".png");
+    return std::filesystem::path(ORVANE_GOLDEN_DIR) / (name + ".png");
 }
 
 struct Case {

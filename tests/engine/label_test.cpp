@@ -92,7 +92,10 @@ TEST_F(LabelTest, ContentSizeIsTwiceTheBitmapAndTheGLNameStays) {
 }
 
 TEST_F(LabelTest, WrapsBeyondTheScreenScaleOfTheStamp) {
-    const std::string line(60, 'W');  // far wider than 1280 pixels at 100 px
+    std::string line;  // far wider than 1280 pixels at 100 px, in words that wrap
+    for (int i = 0; i < 15; ++i) {
+        line += "WWWW ";
+    }
     auto narrow = CCLabelTTF::labelWithString(line, "ArialMT", 100);
     EXPECT_LE(narrow->contentSize().width, 2.0f * 1280);
     CCLabelTTF::setScreenScale(3.0f);  // counts as 2

@@ -221,6 +221,14 @@ TEST(TextRasterTest, WrapsOnlyBeyondTheWrapWidth) {
     const TextBitmap wrapped = rasterizeText(sentence, style);
     EXPECT_LE(wrapped.width, style.wrapWidth);
     EXPECT_GE(wrapped.height, 3 * unwrapped.height - 3);
+
+    // A word wider than the width stays whole on its line and overflows the width instead.
+    const std::string time = "12:34:56\u00A0PM";
+    const TextBitmap whole = rasterizeText(time, arial(70));
+    style.wrapWidth = whole.width / 2;
+    const TextBitmap narrow = rasterizeText(time, style);
+    EXPECT_EQ(narrow.height, whole.height);
+    EXPECT_EQ(narrow.width, whole.width);
 }
 
 TEST(TextRasterTest, TallTextIsCutAfterTheLastWholeLine) {

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "engine/CCTexture2D.h"
+#include "engine/text_raster.h"
 #include "foundation/application_state.h"
 #include "platform/settings/MemoryUserDefaults.h"
 #include "screen/settings_loading.h"
@@ -255,6 +256,39 @@ TEST_F(LineDrawerDrawTest, TextInkShadowAndPlateLieWhereTheLayoutSays) {
     }
     EXPECT_GT(ink, 200);
     EXPECT_GT(shadow, 50);
+}
+
+TEST_F(LineDrawerDrawTest, ABlockLargerThanItsRoomIsDrawnSmallerWithWordsWhole) {
+    auto& d = makeDrawer(1);  // "Feb 10, 2024, 4:00:00 AM", "AM" held by a no-break space
+    tick();
+    const engine::Size natural = d.textSize();
+    const float size = d.fontSize();
+    ASSERT_GT(natural.width, 100);
+
+    // Narrower than its last word: the lines wrap between words, and the time with its "AM" is
+    // drawn smaller rather than broken.
+    const engine::Size narrow{natural.width * 0.3f, 1280};
+    d.setTextRoom(narrow);
+    tick();
+    EXPECT_LT(d.fittedFontSize(), size);
+    EXPECT_LE(d.textSize().width, narrow.width);
+    engine::TextStyle style;
+    style.fontName = "ArialMT";
+    style.fontSize = d.fittedFontSize();
+    EXPECT_LE(engine::rasterizeText("4:00:00\u202FAM", style).width, narrow.width);
+
+    // Lower than the block: smaller until it fits.
+    const engine::Size low{1280, natural.height * 0.5f};
+    d.setTextRoom(low);
+    tick();
+    EXPECT_LE(d.textSize().height, low.height);
+    EXPECT_LT(d.fittedFontSize(), size);
+
+    // Room enough again gives the size back.
+    d.setTextRoom({1280, 1280});
+    tick();
+    EXPECT_EQ(d.fittedFontSize(), size);
+    EXPECT_EQ(d.textSize(), natural);
 }
 
 TEST_F(LineDrawerDrawTest, InactiveApplicationKeepsTheTexture) {
