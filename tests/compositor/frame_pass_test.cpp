@@ -228,6 +228,19 @@ TEST_F(FramePassTest, TheStampStandsWholeInThePictureWhateverItsSize) {
     }
 }
 
+TEST_F(FramePassTest, TheCompassHasItsPlaceFromTheFirstFrame) {
+    cache.setShowLuoPan(true);
+    auto& v = makeView(19, 0);
+    v.setLuoPanSource([] { return stamp::LineDrawer::LuoPanReading{true, 0.5}; });
+    const auto source = solidBuffer(640, 360, 0xff204060);
+    const auto output = render(v, source);
+    // Placed, the compass and the block are two small rectangles, not the whole frame.
+    EXPECT_EQ(v.lastFrameStats().shadedRects, 2);
+    EXPECT_LT(v.lastFrameStats().readPixels, 640 * 360 / 2);
+    // Text top left: the compass takes the viewer's bottom left corner.
+    EXPECT_NE(bgrAt(*output, 20, 340), (std::array<int, 3>{0x60, 0x40, 0x20}));
+}
+
 TEST_F(FramePassTest, MirroringTurnsTheCameraAndNeverTheStamp) {
     cache.setIsMirrorFrontCamera(true);
     // On a uniform picture a mirrored camera looks the same, so any change would be the stamp.
