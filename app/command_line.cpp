@@ -6,6 +6,7 @@
 
 #include "app/frame_command.h"
 #include "app/library_command.h"
+#include "app/logo_command.h"
 #include "app/record_command.h"
 #include "app/settings_command.h"
 #include "app/settings_values.h"
@@ -32,7 +33,10 @@ enum class Command {
     Frame,
     Record,
     LibraryList,
-    LibraryRecover
+    LibraryRecover,
+    LogoShow,
+    LogoSet,
+    LogoOff
 };
 
 struct Request {
@@ -42,6 +46,7 @@ struct Request {
     std::vector<std::string> words;
     FormatsOptions formats;
     std::string lunarDate;
+    std::string logoPath;
     WhereOptions where;
     FrameOptions frame;
     RecordOptions record;
@@ -198,6 +203,24 @@ void addLibraryCommands(CLI::App& app, Request& request) {
     recover->fallthrough();
 }
 
+void addLogoCommands(CLI::App& app, Request& request) {
+    auto* logo = app.add_subcommand(
+        "logo", "The picture drawn in every capture, kept in $XDG_DATA_HOME/orvane");
+    logo->callback([&request] {
+        if (request.command == Command::None) {
+            request.command = Command::LogoShow;
+        }
+    });
+    logo->fallthrough();
+    auto* set = logo->add_subcommand("set", "Make a PNG or JPEG picture the logo and turn it on");
+    set->add_option("PATH", request.logoPath, "The picture")->required();
+    set->callback([&request] { request.command = Command::LogoSet; });
+    set->fallthrough();
+    auto* off = logo->add_subcommand("off", "Draw no logo");
+    off->callback([&request] { request.command = Command::LogoOff; });
+    off->fallthrough();
+}
+
 }  // namespace
 
 int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
@@ -210,6 +233,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
     addStampCommands(app, request);
     addRecordCommand(app, request);
     addLibraryCommands(app, request);
+    addLogoCommands(app, request);
 
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
@@ -222,8 +246,17 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         return 0;
     }
 
-    if (request.command == Command::Lunar) {
-        return printLunar(request.lunarDate, out, err);
+    switch (request.command) {
+        case Command::Lunar:
+            return printLunar(request.lunarDate, out, err);
+        case Command::LogoShow:
+            return showLogo(out, err);
+        case Command::LogoSet:
+            return setLogo(request.logoPath, out, err);
+        case Command::LogoOff:
+            return turnLogoOff(out, err);
+        default:
+            break;
     }
     if (request.command == Command::Formats) {
         if (auto problem = checkFormatsOptions(request.formats)) {
@@ -302,8 +335,7 @@ int runCommandLine(const std::vector<std::string>& arguments, std::ostream& out,
         case Command::LibraryRecover:
             status = recoverLibrary(opened->defaults(), out, err);
             break;
-        case Command::Lunar:
-        case Command::None:
+        default:
             break;
     }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "app/logo_command.h"
 #include "compositor/ZephrinOpenGLView.h"
 #include "engine/cairo_handles.h"
 #include "foundation/Clock.h"
@@ -164,6 +165,7 @@ int runFrame(const FrameOptions& options, screen::SettingsStore& store,
         start.timePosition = *options.position;
     }
     compositor::ZephrinOpenGLView view(store, start, makeContext, makeLineDrawer);
+    loadSavedLogo(view, cache, "orvane frame: ", err);
     if (heading) {
         view.setLuoPanSource([reading = *heading] { return reading; });
     }

@@ -7,6 +7,7 @@
 #include "app/geocoder_choice.h"
 #include "app/interrupts.h"
 #include "app/library_command.h"
+#include "app/logo_command.h"
 #include "capture/ZephrinSessionManager.h"
 #include "capture/media_report.h"
 #include "compositor/ZephrinOpenGLView.h"
@@ -291,6 +292,7 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
                                                    languageCode);
     };
     compositor::ZephrinOpenGLView view(store, launch.glView, makeContext, makeLineDrawer);
+    loadSavedLogo(view, cache, "orvane record: ", err);
     compositor::ZephrinOpenGLView::rotateWatermark(3);
 
     auto controller = std::make_shared<RecordController>(options, view, loop, out, err);

@@ -1,7 +1,6 @@
 #include "platform/settings/JsonFileUserDefaults.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,6 +17,8 @@
 #include "foundation/log.h"
 #include "platform/settings/JsonDefaultsValue.h"
 #include "platform/settings/defaults_document.h"
+#include "platform/system/replace_file.h"
+#include "platform/system/user_folders.h"
 
 namespace orvane::platform {
 
@@ -63,69 +64,6 @@ class FileLock {
     int _error = 0;
 };
 
-bool writeAll(int fd, const std::string& text) {
-    size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t written = ::write(fd, text.data() + done, text.size() - done);
-        if (written < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return false;
-        }
-        done += static_cast<size_t>(written);
-    }
-    return true;
-}
-
-// Puts `text` in place of `target` all at once: a temporary file beside it, flushed to disk,
-// renamed over it. Returns 0, or the errno with `step` naming what failed; the temporary file
-// never outlives a failure.
-int replaceFile(const std::filesystem::path& target, const std::string& text, const char*& step) {
-    std::string temporary =
-        (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
-    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0) {
-        step = "creating a temporary file";
-        return errno;
-    }
-    // Keep the permissions a person gave the file; a new one is private to the user.
-    struct stat existing {};
-    if (::stat(target.c_str(), &existing) == 0) {
-        ::fchmod(fd, existing.st_mode & 07777);
-    }
-    int error = 0;
-    if (!writeAll(fd, text)) {
-        step = "writing";
-        error = errno;
-    } else if (::fsync(fd) != 0) {
-        step = "flushing to disk";
-        error = errno;
-    }
-    if (::close(fd) != 0 && !error) {
-        step = "writing";
-        error = errno;
-    }
-    if (!error && ::rename(temporary.c_str(), target.c_str()) != 0) {
-        step = "replacing the file";
-        error = errno;
-    }
-    if (error) {
-        ::unlink(temporary.c_str());
-    }
-    return error;
-}
-
-int syncDirectory(const std::filesystem::path& directory) {
-    const int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
-        return errno;
-    }
-    const int error = ::fsync(fd) == 0 || errno == EINVAL ? 0 : errno;
-    ::close(fd);
-    return error;
-}
-
 std::string localTimestamp() {
     return foundation::formatLocalTime(std::chrono::system_clock::now(), "%Y%m%d-%H%M%S");
 }
@@ -133,25 +71,7 @@ std::string localTimestamp() {
 }  // namespace
 
 std::filesystem::path JsonFileUserDefaults::defaultDirectory() {
-    if (const char* config = std::getenv("XDG_CONFIG_HOME"); config && *config) {
-        std::filesystem::path directory(config);
-        if (directory.is_absolute()) {
-            return directory / "orvane";
-        }
-    }
-    std::string home;
-    if (const char* fromEnvironment = std::getenv("HOME"); fromEnvironment && *fromEnvironment) {
-        home = fromEnvironment;
-    } else {
-        passwd entry{};
-        passwd* found = nullptr;
-        std::vector<char> buffer(16384);
-        if (getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found &&
-            found->pw_dir) {
-            home = found->pw_dir;
-        }
-    }
-    return std::filesystem::path(home) / ".config" / "orvane";
+    return userConfigFolder();
 }
 
 JsonFileUserDefaults::JsonFileUserDefaults(std::filesystem::path directory)

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/image/picture_file.h"
 #include "tests/app/command_test_support.h"
 
 namespace orvane::app {
@@ -154,6 +155,47 @@ TEST_F(OrvaneBinaryTest, FrameRefusesBadArgumentsAndWritesNothing) {
         EXPECT_NE(result.err, "") << arguments;
         EXPECT_FALSE(fs::exists(picture)) << arguments;
     }
+}
+
+TEST_F(OrvaneBinaryTest, ALogoSetIsDrawnUntilTurnedOffAndABadPictureChangesNothing) {
+    const std::string data = "XDG_DATA_HOME='" + (folder / "data").string() + "'";
+    const platform::Picture green{100, 100, [] {
+                                      std::vector<std::uint8_t> rgba(100 * 100 * 4);
+                                      for (std::size_t i = 0; i < rgba.size(); i += 4) {
+                                          rgba[i + 1] = rgba[i + 3] = 255;
+                                      }
+                                      return rgba;
+                                  }()};
+    ASSERT_EQ(platform::writePictureAsPng(green, folder / "green.png"), std::nullopt);
+    std::ofstream(folder / "notes.png") << "not a picture";
+
+    EXPECT_EQ(run("logo", data).out, "off\n");
+    const auto set = run("logo set '" + (folder / "green.png").string() + "'", data);
+    ASSERT_EQ(set.status, 0) << set.err;
+    const std::string kept = (folder / "data" / "orvane" / "watermark.png").string();
+    EXPECT_EQ(set.out, kept + "\n");
+    const auto bad = run("logo set '" + (folder / "notes.png").string() + "'", data);
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_NE(bad.err.find("notes.png"), std::string::npos) << bad.err;
+    EXPECT_EQ(run("logo", data).out, kept + "\t100x100\n");
+
+    // Text top left puts the logo at the viewer's bottom right: 57 pixels square (0.16 of the
+    // height), 10 pixels in from the corner (edge 20).
+    const auto logoPixel = [&] {
+        const fs::path picture = folder / "frame.png";
+        const auto frame =
+            run("frame --synthetic 640x360 --position 0 --out '" + picture.string() + "'", data);
+        EXPECT_EQ(frame.status, 0) << frame.err;
+        const auto read = platform::readPicture(picture);
+        EXPECT_TRUE(read.picture) << read.problem;
+        const std::size_t at = (static_cast<std::size_t>(321) * 640 + 601) * 4;
+        return read.picture ? std::array<int, 3>{read.picture->rgba[at], read.picture->rgba[at + 1],
+                                                 read.picture->rgba[at + 2]}
+                            : std::array<int, 3>{};
+    };
+    EXPECT_EQ(logoPixel(), (std::array<int, 3>{0, 255, 0}));
+    EXPECT_EQ(run("logo off", data).out, "off\n");
+    EXPECT_NE(logoPixel(), (std::array<int, 3>{0, 255, 0}));
 }
 
 TEST_F(OrvaneBinaryTest, LunarPrintsTheFieldsOfADate) {
