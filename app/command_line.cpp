@@ -151,6 +151,8 @@ void addStampCommands(CLI::App& app, Request& request) {
     frame->add_option("--out", f.out, "The PNG file to write")->required();
     frame->add_option("--in", f.in, "A PNG picture to stamp (default: the synthetic scene)");
     frame->add_option("--synthetic", f.synthetic, "The synthetic scene's size (default 1920x1080)");
+    frame->add_option("--photo", f.photo,
+                      "A PNG or JPEG picture drawn in place of the camera, fitted to the frame");
     frame->add_option("--orientation", f.orientation,
                       "1 portrait, 2 upside down, 3 landscape (default), 4 landscape turned");
     frame->add_option("--position", f.position,

@@ -12,6 +12,7 @@
 #include "foundation/Clock.h"
 #include "platform/capture/test_scene.h"
 #include "platform/gl/EglContext.h"
+#include "platform/image/picture_file.h"
 #include "stamp/LineDrawer.h"
 #include "stamp/coordinate_formats.h"
 #include "stamp/stamp_state.h"
@@ -174,6 +175,16 @@ int runFrame(const FrameOptions& options, screen::SettingsStore& store,
     if (!view.isReady()) {
         err << "orvane frame: no GL context could be made (the log above says why)\n";
         return 1;
+    }
+    if (!options.photo.empty()) {
+        platform::PictureRead photo = platform::readPicture(options.photo);
+        if (!photo.picture) {
+            err << "orvane frame: " << photo.problem << "\n";
+            return 1;
+        }
+        // A picture on disk stands as it is shown: orientation 3 takes it as it is.
+        view.setMainPhoto(compositor::Image{photo.picture->width, photo.picture->height,
+                                            std::move(photo.picture->rgba), 3});
     }
     if (view.displayAndRenderPixelBuffer(source, output, true) != 0) {
         err << "orvane frame: the frame pass failed\n";

@@ -17,6 +17,7 @@ struct FrameOptions {
     std::string out;                      // the PNG to write
     std::string in;                       // a PNG to stamp, or empty
     std::string synthetic = "1920x1080";  // the test scene's size when there is no input
+    std::string photo;                    // a PNG or JPEG drawn in place of the camera, or empty
     std::optional<int> orientation;       // 1 to 4; 3 (landscape) when absent
     std::optional<int> position;          // text position 0 to 5; the stored one when absent
     std::optional<int> margin;            // margin mode 0 to 3; the stored one when absent

@@ -157,6 +157,33 @@ TEST_F(OrvaneBinaryTest, FrameRefusesBadArgumentsAndWritesNothing) {
     }
 }
 
+TEST_F(OrvaneBinaryTest, FrameDrawsAPhotoInPlaceOfTheCamera) {
+    const platform::Picture blue{40, 30, [] {
+                                     std::vector<std::uint8_t> rgba(40 * 30 * 4);
+                                     for (std::size_t i = 0; i < rgba.size(); i += 4) {
+                                         rgba[i + 2] = rgba[i + 3] = 255;
+                                     }
+                                     return rgba;
+                                 }()};
+    ASSERT_EQ(platform::writePictureAsPng(blue, folder / "blue.png"), std::nullopt);
+    const fs::path picture = folder / "frame.png";
+    const auto frame = run("frame --synthetic 640x360 --photo '" + (folder / "blue.png").string() +
+                           "' --out '" + picture.string() + "'");
+    ASSERT_EQ(frame.status, 0) << frame.err;
+    const auto read = platform::readPicture(picture);
+    ASSERT_TRUE(read.picture) << read.problem;
+    // The photo fills the frame: its middle and its lower corners are the photo's blue.
+    for (const std::size_t at : {(180u * 640 + 320) * 4, (350u * 640 + 10) * 4}) {
+        EXPECT_EQ(read.picture->rgba[at], 0);
+        EXPECT_EQ(read.picture->rgba[at + 2], 255);
+    }
+    const auto missing = run("frame --photo '" + (folder / "gone.png").string() + "' --out '" +
+                             (folder / "other.png").string() + "'");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.err.find("gone.png"), std::string::npos) << missing.err;
+    EXPECT_FALSE(fs::exists(folder / "other.png"));
+}
+
 TEST_F(OrvaneBinaryTest, ALogoSetIsDrawnUntilTurnedOffAndABadPictureChangesNothing) {
     const std::string data = "XDG_DATA_HOME='" + (folder / "data").string() + "'";
     const platform::Picture green{100, 100, [] {
