@@ -1,12 +1,13 @@
-// The frame pass on 1920x1080 BGRA frames of the synthetic scene, with the stamp of time row 46
-// (fraction digits change every frame), coordinates gps2, an address line, altitude and speed
-// and the compass degrees, in video mode: the camera layer copied (filter "None") and, for
-// comparison, shaded (the "Mono" filter). The clock moves a frame per iteration, so the stamp's
-// texture is recomposed every frame as it is when recording.
+// The frame pass on BGRA frames of the synthetic scene, with the stamp of time row 46 (fraction
+// digits change every frame), coordinates gps2, an address line, altitude and speed and the
+// compass degrees, in video mode: at 1920x1080 the camera layer copied (filter "None") and, for
+// comparison, shaded (the "Mono" filter); then with every overlay on (map, compass picture,
+// logo) at 1920x1080 and 3840x2160, the font sized for the resolution. The clock moves a frame
+// per iteration, so the stamp's texture is recomposed every frame as it is when recording.
 //
-// With ORVANE_BENCH_WRITE_DIR set, the first run also writes what bench/frame_vs_drawtext.sh
-// hands FFmpeg: the unstamped frame (frame.bgra), the stamp's five lines (stamp.txt) and the
-// font size in pixels (size.txt).
+// With ORVANE_BENCH_WRITE_DIR set, the first run of each case also writes what
+// bench/frame_vs_drawtext.sh hands FFmpeg, named by the case: the unstamped frame (NAME.bgra),
+// the stamp's five lines (NAME.txt) and the font size in pixels (NAME.size).
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 
@@ -33,14 +34,43 @@ double processCpuSeconds() {
            static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
+// A premultiplied picture of stripes, `side` square, at `alpha`: the map and the logo. The frame
+// pass's cost does not depend on what they show.
+compositor::Image stripes(int side, std::uint8_t alpha) {
+    compositor::Image image{side, side, std::vector<std::uint8_t>(std::size_t(side) * side * 4)};
+    for (int y = 0; y < side; ++y) {
+        for (int x = 0; x < side; ++x) {
+            std::uint8_t* p = image.rgba.data() + (std::size_t(y) * side + x) * 4;
+            const bool dark = ((x / 16) + (y / 16)) % 2 == 0;
+            p[0] = p[1] = p[2] = static_cast<std::uint8_t>((dark ? 60 : 200) * alpha / 255);
+            p[3] = alpha;
+        }
+    }
+    return image;
+}
+
+// One benchmark case: the frame's size, the filter, and whether the map, the compass picture
+// and the logo are drawn too.
+struct Case {
+    const char* name;
+    int width;
+    int height;
+    std::int64_t effect;
+    bool overlays;
+};
+
 struct Bench {
-    Bench() {
+    explicit Bench(const Case& c) : c(c) {
         cache.setShowAltitudeAndSpeed(true);
         cache.setShowLuoPan(true);
         cache.setMarginsMode(1);
-        // Display type 2: the degrees in the stamp, no compass picture.
-        store.luoPan.saveLuoPanStyle(2);
+        // Display type 2: the degrees in the stamp, no compass picture; type 0 draws it as well.
+        store.luoPan.saveLuoPanStyle(c.overlays ? 0 : 2);
         screen::reloadLuoPanSetting(store);
+        if (c.overlays) {
+            // The video resolution codes of 1080 and 2160 lines, which size the font.
+            cache.setCurrentVideoResolution(c.height > 1080 ? 6 : 4);
+        }
         store.viewController.saveCameraModeIndex(0);
         state.setAltitude(35.5f);
         state.setSpeed(12.0f);
@@ -68,9 +98,13 @@ struct Bench {
                                                                makeContext, makeDrawer);
         view->setLuoPanSource([] { return stamp::LineDrawer::LuoPanReading{true, 1.2}; });
         compositor::ZephrinOpenGLView::rotateWatermark(3);
-        view->setDimensions(1920, 1080, 0);
-        source = platform::PixelBuffer::create(1920, 1080).buffer;
-        output = platform::PixelBuffer::create(1920, 1080).buffer;
+        view->setDimensions(c.width, c.height, 0);
+        if (c.overlays) {
+            view->setMap(stripes(512, 230));
+            view->setWatermark(stripes(256, 255));
+        }
+        source = platform::PixelBuffer::create(c.width, c.height).buffer;
+        output = platform::PixelBuffer::create(c.width, c.height).buffer;
         platform::drawTestScene(*source, 0.0);
         return view->isReady();
     }
@@ -80,23 +114,24 @@ struct Bench {
         if (directory == nullptr) {
             return;
         }
-        const std::string base(directory);
+        const std::string base = std::string(directory) + "/" + c.name;
         {
             platform::PixelBufferReadLock lock(*source);
-            std::ofstream(base + "/frame.bgra", std::ios::binary)
+            std::ofstream(base + ".bgra", std::ios::binary)
                 .write(reinterpret_cast<const char*>(lock.data()),
                        static_cast<std::streamsize>(source->dataSize()));
         }
         stamp::StampStrings strings;
         view->lineDrawer()->composeStrings(strings);
-        std::ofstream text(base + "/stamp.txt");
+        std::ofstream text(base + ".txt");
         text << strings.time << strings.fraction << "\n"
              << strings.blocks.coordinateBlock << "\n"
              << strings.compassDegree << strings.compassTail << "\n"
              << strings.blocks.staticBlock;
-        std::ofstream(base + "/size.txt") << static_cast<int>(view->lineDrawer()->fontSize());
+        std::ofstream(base + ".size") << static_cast<int>(view->lineDrawer()->fittedFontSize());
     }
 
+    Case c;
     platform::MemoryUserDefaults defaults;
     screen::SettingsCache cache;
     screen::SettingsStore store{defaults, cache};
@@ -108,19 +143,19 @@ struct Bench {
     platform::PixelBufferRef output;
 };
 
-void BM_FramePass(benchmark::State& state, std::int64_t effect) {
-    Bench bench;
+void BM_FramePass(benchmark::State& state, Case c) {
+    Bench bench(c);
     if (!bench.open()) {
         state.SkipWithError("no GL context");
         return;
     }
-    bench.view->saveEffectIndex(effect);
-    bench.writeForDrawtext();
-    // Warm up: the first frames load the filter and set the frame size.
+    bench.view->saveEffectIndex(c.effect);
+    // Warm up: the first frames load the filter and images and set the frame size.
     for (int i = 0; i < 3; ++i) {
         bench.view->displayAndRenderPixelBuffer(bench.source, bench.output, false);
         bench.view->finishRenderingPixelBuffer();
     }
+    bench.writeForDrawtext();
     const double cpuBefore = processCpuSeconds();
     for (auto _ : state) {
         bench.clock.advance(1.0 / 30);
@@ -135,7 +170,17 @@ void BM_FramePass(benchmark::State& state, std::int64_t effect) {
     bench.view.reset();
     engine::SharedProgram::releaseAll();
 }
-BENCHMARK_CAPTURE(BM_FramePass, copy, 0)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK_CAPTURE(BM_FramePass, mono, 8)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, copy, Case{"copy", 1920, 1080, 0, false})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, mono, Case{"mono", 1920, 1080, 8, false})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, overlays_1080, Case{"overlays_1080", 1920, 1080, 0, true})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, overlays_2160, Case{"overlays_2160", 3840, 2160, 0, true})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 }  // namespace
