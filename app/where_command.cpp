@@ -120,7 +120,12 @@ int runWhere(const WhereOptions& options, screen::SettingsStore& store,
         }
     };
     observer.didFail = [&](const foundation::Error& error) {
-        err << "orvane where: " << sourceName << ": " << error.message() << "\n";
+        // A log or track ends right after its last fix, often before that fix's address comes:
+        // the block still waits for it. The source's own messages name the source.
+        if (platform::isEndOfSource(error) && latest) {
+            return;
+        }
+        err << "orvane where: " << error.message() << "\n";
         if (!options.watch) {
             finish(1);
         }

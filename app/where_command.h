@@ -28,7 +28,8 @@ std::optional<std::string> checkWhereOptions(const WhereOptions& options);
 
 // Runs on the main run loop until the first block is printed, or with `watch` until SIGINT or
 // SIGTERM. Returns the exit status: 0, or 1 with a message on `err` for a bad source string, a
-// source that cannot start or fails, a geocoder error, or no answer within the timeout.
+// source that cannot start or fails, a geocoder error, or no answer within the timeout. A log or
+// track that ends after giving a fix has not failed: that fix's block is printed.
 int runWhere(const WhereOptions& options, screen::SettingsStore& store,
              screen::SettingsCache& cache, const screen::StampLayerStartValues& start,
              const std::string& languageCode, std::ostream& out, std::ostream& err);

@@ -227,23 +227,21 @@ std::vector<CoordinateForm> coordinateForms(const CoordinateFix& fix, GridConver
         {"gps10", formatted("%c %0.4f°, %c %0.4f°", ns, absLatitude, ew, absLongitude)});
 
     // One UTM conversion serves three rows; the MGRS conversion after it clears and may set the
-    // zone override that the next position's UTM conversion meets.
-    const double latitudeRadians = latitude * kRadiansPerDegree;
-    const double longitudeRadians = longitude * kRadiansPerDegree;
+    // zone override that the next position's UTM conversion meets. Both take the degrees, which
+    // choose the zone as they stand.
+    const LatitudeLongitude degrees{latitude, longitude};
     UTMPosition utm;
-    const bool haveUTM =
-        grid.convertGeodeticToUTM(latitudeRadians, longitudeRadians, utm) == kUTMNoError;
+    const bool haveUTM = grid.convertGeodeticToUTM(degrees, utm) == kUTMNoError;
     std::string mgrs;
-    const bool haveMGRS = grid.convertGeodeticToMGRS(latitudeRadians, longitudeRadians,
-                                                     kMGRSPrecision, mgrs) == kMGRSNoError &&
-                          !mgrs.empty();
+    const bool haveMGRS =
+        grid.convertGeodeticToMGRS(degrees, kMGRSPrecision, mgrs) == kMGRSNoError && !mgrs.empty();
 
     const int easting = haveUTM ? static_cast<int>(utm.easting) : 0;
     const int northing = haveUTM ? static_cast<int>(utm.northing) : 0;
     if (haveUTM) {
-        std::string text =
-            formatted("%d%c %d %d", static_cast<int>(utm.zone),
-                      utmRowLetter(latitudeRadians, utm.hemisphere), easting, northing);
+        std::string text = formatted("%d%c %d %d", static_cast<int>(utm.zone),
+                                     utmRowLetter(latitude * kRadiansPerDegree, utm.hemisphere),
+                                     easting, northing);
         std::string textWithAccuracy = withAccuracy(text, accuracy);
         forms.push_back({"gpsUTM", std::move(text)});
         forms.push_back({"gpsUTMWithAccuracy", std::move(textWithAccuracy)});

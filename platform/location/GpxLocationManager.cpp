@@ -51,7 +51,8 @@ std::optional<foundation::Error> GpxLocationManager::startUpdatingLocation() {
             if (index < _fixes.size()) {
                 deliver(_fixes[index]);
             } else {
-                deliverFailure({kDomain, 2, description() + ": the track has ended", ""});
+                deliverFailure({kLocationErrorDomain, kLocationErrorEnded,
+                                description() + ": the track has ended", ""});
             }
         });
     return std::nullopt;

@@ -30,6 +30,15 @@ class LocationManagerDelegate {
                                                  const foundation::Error& /*error*/) {}
 };
 
+// The failure a replayed source (a GPX track, an NMEA log) delivers once its last fix is out:
+// no fix follows it. Its description names the source.
+inline constexpr const char* kLocationErrorDomain = "orvane.location";
+inline constexpr int kLocationErrorEnded = 1;
+
+inline bool isEndOfSource(const foundation::Error& error) {
+    return error.domain == kLocationErrorDomain && error.code == kLocationErrorEnded;
+}
+
 // The most accurate fixes the source gives.
 inline constexpr double kLocationAccuracyBestForNavigation = -2.0;
 

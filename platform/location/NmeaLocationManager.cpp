@@ -145,7 +145,8 @@ std::optional<foundation::Error> NmeaLocationManager::startFile() {
             if (index < _fixes.size()) {
                 deliver(_fixes[index]);
             } else {
-                deliverFailure(failure("the log has ended", 0));
+                deliverFailure({kLocationErrorDomain, kLocationErrorEnded,
+                                description() + ": the log has ended", ""});
             }
         });
     return std::nullopt;

@@ -191,6 +191,17 @@ long GridConverter::setUTMParameters(double a, double f, long override) {
 }
 
 long GridConverter::convertGeodeticToUTM(double latitude, double longitude, UTMPosition& position) {
+    return utmFromGeodetic(latitude, longitude, std::nullopt, position);
+}
+
+long GridConverter::convertGeodeticToUTM(LatitudeLongitude degrees, UTMPosition& position) {
+    return utmFromGeodetic(degrees.latitude * kDegree, degrees.longitude * kDegree, degrees,
+                           position);
+}
+
+long GridConverter::utmFromGeodetic(double latitude, double longitude,
+                                    std::optional<LatitudeLongitude> degrees,
+                                    UTMPosition& position) {
     long error = 0;
     if (latitude < kMinUTMLatitude || latitude > kMaxUTMLatitude) {
         error |= kUTMLatError;
@@ -207,10 +218,17 @@ long GridConverter::convertGeodeticToUTM(double latitude, double longitude, UTMP
     if (longitude < 0) {
         longitude += 6.283185307279586;  // a full turn and 1e-10
     }
-    const long latDegrees = static_cast<long>(latitude / kDegree);
-    const long lonDegrees = static_cast<long>(longitude / kDegree);
+    // Without the degrees, radians turned back stand in for them.
+    double zoneLatitude = latitude / kDegree;
+    double zoneLongitude = longitude / kDegree;
+    if (degrees) {
+        zoneLatitude = degrees->latitude;
+        zoneLongitude = degrees->longitude < 0 ? degrees->longitude + 360 : degrees->longitude;
+    }
+    const long latDegrees = static_cast<long>(zoneLatitude);
+    const long lonDegrees = static_cast<long>(zoneLongitude);
 
-    long zone = longitude < kPi ? 31 + lonDegrees / 6 : lonDegrees / 6 - 29;
+    long zone = zoneLongitude < 180 ? 31 + lonDegrees / 6 : lonDegrees / 6 - 29;
     if (zone > 60) {
         zone = 1;
     }
@@ -332,6 +350,18 @@ long GridConverter::setMGRSParameters(double a, double f, std::string_view ellip
 
 long GridConverter::convertGeodeticToMGRS(double latitude, double longitude, int precision,
                                           std::string& text) {
+    return mgrsFromGeodetic(latitude, longitude, std::nullopt, precision, text);
+}
+
+long GridConverter::convertGeodeticToMGRS(LatitudeLongitude degrees, int precision,
+                                          std::string& text) {
+    return mgrsFromGeodetic(degrees.latitude * kDegree, degrees.longitude * kDegree, degrees,
+                            precision, text);
+}
+
+long GridConverter::mgrsFromGeodetic(double latitude, double longitude,
+                                     std::optional<LatitudeLongitude> degrees, int precision,
+                                     std::string& text) {
     long error = 0;
     if (latitude < -kHalfPi || latitude > kHalfPi) {
         error |= kMGRSLatError;
@@ -358,7 +388,7 @@ long GridConverter::convertGeodeticToMGRS(double latitude, double longitude, int
 
     setUTMParameters(_mgrsA, _mgrsF, 0);
     UTMPosition utm;
-    error = mgrsErrorFromUTM(convertGeodeticToUTM(latitude, longitude, utm));
+    error = mgrsErrorFromUTM(utmFromGeodetic(latitude, longitude, degrees, utm));
     if (error != 0) {
         return error;
     }
@@ -366,7 +396,7 @@ long GridConverter::convertGeodeticToMGRS(double latitude, double longitude, int
     if (latitude >= 56 * kDegree && latitude < 64 * kDegree && utm.zone == 31 &&
         (longitude >= 3 * kDegree || utm.easting >= 500000)) {
         setUTMParameters(_mgrsA, _mgrsF, 32);
-        error = mgrsErrorFromUTM(convertGeodeticToUTM(latitude, longitude, utm));
+        error = mgrsErrorFromUTM(utmFromGeodetic(latitude, longitude, degrees, utm));
         if (error != 0) {
             return error;
         }

@@ -90,6 +90,12 @@ struct UPSZoneLetters {
 };
 extern const std::array<UPSZoneLetters, 4> kUPSZoneLetters;
 
+// A position in degrees.
+struct LatitudeLongitude {
+    double latitude;
+    double longitude;
+};
+
 struct UTMPosition {
     long zone = 0;        // 1 to 60
     char hemisphere = 0;  // 'N' or 'S'
@@ -137,6 +143,9 @@ class GridConverter {
     // override 0 lets the zone follow the position; 1 to 60 asks for that zone.
     long setUTMParameters(double a, double f, long override);
     long convertGeodeticToUTM(double latitude, double longitude, UTMPosition& position);
+    // The same from degrees, which choose the zone as they stand: a longitude on a zone's edge
+    // turned into radians and back may fall a hair short of it (30, 60 and 120 degrees do).
+    long convertGeodeticToUTM(LatitudeLongitude degrees, UTMPosition& position);
     long utmZoneOverride() const { return _utmOverride; }
 
     long setUPSParameters(double a, double f);
@@ -145,6 +154,8 @@ class GridConverter {
     long setMGRSParameters(double a, double f, std::string_view ellipsoidCode);
     // precision is the digits per coordinate, 0 to 5.
     long convertGeodeticToMGRS(double latitude, double longitude, int precision, std::string& text);
+    // The same from degrees, for the same reason as convertGeodeticToUTM's.
+    long convertGeodeticToMGRS(LatitudeLongitude degrees, int precision, std::string& text);
 
     // The lettering of a UTM position (the last steps of convertGeodeticToMGRS), exposed so the
     // southern edge of the grid can be checked directly.
@@ -164,6 +175,12 @@ class GridConverter {
         double originLongitude, falseEasting, falseNorthing;
     };
 
+    // Radians for the projection; the degrees as given, where there are any, for the zone.
+    long utmFromGeodetic(double latitude, double longitude,
+                         std::optional<LatitudeLongitude> degrees, UTMPosition& position);
+    long mgrsFromGeodetic(double latitude, double longitude,
+                          std::optional<LatitudeLongitude> degrees, int precision,
+                          std::string& text);
     long mgrsTextFromUPS(UPSPosition position, int precision, std::string& text) const;
 
     TransverseMercator _tm{};
@@ -173,12 +190,6 @@ class GridConverter {
     double _upsA, _upsF;
     double _mgrsA, _mgrsF;
     std::string _mgrsEllipsoidCode;
-};
-
-// A position in degrees.
-struct LatitudeLongitude {
-    double latitude;
-    double longitude;
 };
 
 // The GCJ-02 offset of a WGS-84 position in degrees; positions outside mainland China's box come

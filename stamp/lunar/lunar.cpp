@@ -1,5 +1,6 @@
 #include "stamp/lunar/lunar.h"
 
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -193,8 +194,8 @@ LunarLookup lunarLookup(int year, int month, int day, const foundation::Clock& c
 }
 
 CivilDate deviceCalendarDate(double timeIntervalSince1970) {
-    const auto seconds = static_cast<std::time_t>(
-        timeIntervalSince1970 < 0 ? timeIntervalSince1970 - 1 : timeIntervalSince1970);
+    // Floored, so that an instant before 1970 stays in its own second: midnight is its day's.
+    const auto seconds = static_cast<std::time_t>(std::floor(timeIntervalSince1970));
     std::tm local{};
     localtime_r(&seconds, &local);
     return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday};

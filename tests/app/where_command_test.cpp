@@ -1,5 +1,5 @@
 // `orvane where` through the real executable: the simulated route with the offline geocoder, a
-// GPX track followed with --watch until SIGTERM, and the refusals.
+// GPX track followed with --watch until SIGTERM, logs of a single fix, and the refusals.
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
@@ -146,6 +146,40 @@ TEST_F(WhereCommandTest, WatchFollowsAGpxTrackUntilTerminated) {
     EXPECT_NE(first.at("altitude"), second.at("altitude"));
     EXPECT_EQ(first.at("fix").rfind("48.85", 0), 0u);
     EXPECT_TRUE(second.count("address.country")) << text;
+}
+
+// A log or a track of a single fix: the fix is printed with its address and the command ends
+// well, saying nothing of the end of the log that follows the fix at once.
+TEST_F(WhereCommandTest, ALogOfOneFixPrintsItAndEnds) {
+    const auto track = folder / "one.gpx";
+    std::ofstream(track) << "<?xml version=\"1.0\"?>\n<gpx version=\"1.1\" creator=\"test\" "
+                            "xmlns=\"http://www.topografix.com/GPX/1/1\"><trk><trkseg>"
+                            "<trkpt lat=\"48.85837\" lon=\"2.294481\"><ele>35</ele>"
+                            "<time>2024-05-01T10:00:00Z</time></trkpt></trkseg></trk></gpx>\n";
+    // One fix at 12:35:19 over Munich, from a GGA and an RMC sentence of that second.
+    const auto log = folder / "one.nmea";
+    std::ofstream(log)
+        << "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47\r\n"
+           "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n";
+    const struct {
+        std::string source;
+        const char* fix;
+    } cases[] = {
+        {"gpx:" + track.string(), "48.858370,2.294481"},
+        {"nmea-file:" + log.string(), "48.117300,11.516667"},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.source);
+        const auto result = run("--source " + test.source + " --geocoder offline");
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.err, "");
+        const auto found = rows(result.out);
+        ASSERT_TRUE(found.count("fix")) << result.out;
+        EXPECT_EQ(found.at("fix"), test.fix);
+        EXPECT_TRUE(found.count("address.country")) << result.out;
+        // One block: the fix is printed once.
+        EXPECT_EQ(result.out.find("\n\n"), std::string::npos) << result.out;
+    }
 }
 
 TEST_F(WhereCommandTest, RefusalsSayWhatIsWrongAndExitOne) {

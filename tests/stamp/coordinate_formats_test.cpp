@@ -118,6 +118,34 @@ TEST(CoordinateForms, SexagesimalFormsRoundTheTotalOnceOrTruncateEachPart) {
     EXPECT_EQ(nicePosition2(-22.9519, 2.294481), "-22°57'7\", +2°17'40\"");
 }
 
+// A longitude on a zone's western edge belongs to that zone. 30, 60 and 120 degrees are the edges
+// whose radians, turned back into degrees, fall a hair short. Texts from GeoConvert (-u -p 3,
+// -m -p 0), truncated to whole metres.
+TEST(CoordinateForms, ZoneEdgesBelongToTheZoneToTheirEast) {
+    struct Row {
+        double latitude, longitude;
+        const char *utm, *mgrs;
+    };
+    const Row rows[] = {
+        {10, -180, "1P 171071 1106908", "01PAM7107106908"},
+        {10, -6, "30P 171071 1106908", "30PSS7107106908"},
+        {10, 0, "31P 171071 1106908", "31PAM7107106908"},
+        {10, 6, "32P 171071 1106908", "32PJS7107106908"},
+        {10, 30, "36P 171071 1106908", "36PSS7107106908"},
+        {10, 60, "41P 171071 1106908", "41PJM7107106908"},
+        {10, 120, "51P 171071 1106908", "51PSM7107106908"},
+        {10, 179.999, "60P 828818 1106907", "60PZS2881806907"},
+        {-33.5, 30, "36H 221293 6289251", "36HTH2129389251"},
+        {-33.5, 120, "51H 221293 6289251", "51HTC2129389251"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.latitude << ", " << row.longitude);
+        auto forms = formsOf(row.latitude, row.longitude);
+        EXPECT_EQ(forms["gpsUTM"], row.utm);
+        EXPECT_EQ(forms["gpsMGRS"], row.mgrs);
+    }
+}
+
 TEST(CoordinateForms, FormsThatCannotBeMadeAreAbsent) {
     // Beyond the UTM grid only the MGRS rows of the projected remain. GeoConvert: ZAB9645452981;
     // a polar text has blanks where the zone would be.

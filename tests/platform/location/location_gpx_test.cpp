@@ -144,6 +144,7 @@ TEST_F(GpxReplayTest, PacedByTheClockFromTheFirstPoint) {
     // The end is told right after the last point.
     ASSERT_EQ(delegate.errors().size(), 1u);
     EXPECT_NE(delegate.errors()[0].description.find("the track has ended"), std::string::npos);
+    EXPECT_TRUE(isEndOfSource(delegate.errors()[0]));
     EXPECT_DOUBLE_EQ(manager.duration(), 30.0);
 }
 

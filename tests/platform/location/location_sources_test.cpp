@@ -143,7 +143,9 @@ TEST(NmeaLog, ReplayedAtTheSentencesOwnPace) {
     clock.advance(1);
     loop.runUntilIdle();
     EXPECT_EQ(delegate.fixes().size(), 3u);
-    EXPECT_EQ(delegate.errors().size(), 1u);
+    // The end is told right after the last fix, as the end of the source.
+    ASSERT_EQ(delegate.errors().size(), 1u);
+    EXPECT_TRUE(isEndOfSource(delegate.errors()[0])) << delegate.errors()[0].message();
     EXPECT_EQ(static_cast<NmeaLocationManager&>(*manager).failedLines(), 1u);
 }
 

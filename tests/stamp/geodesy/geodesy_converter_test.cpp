@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 #include "stamp/geodesy/GeodeticUTMConverter.h"
 #include "stamp/geodesy/geodesy.h"
@@ -67,7 +68,13 @@ TEST(GeodeticUTMConverter, PlainZonesWithoutNorwayOrSvalbard) {
     const GeodeticUTMConverter converter;
     EXPECT_EQ(converter.latitudeAndLongitudeToUTMCoordinates({60, 5}).gridZone, 31u);
     EXPECT_EQ(converter.latitudeAndLongitudeToUTMCoordinates({75, 10}).gridZone, 32u);
-    EXPECT_EQ(converter.latitudeAndLongitudeToUTMCoordinates({10, -180}).gridZone, 1u);
+    // A zone's western edge belongs to it.
+    const std::pair<double, unsigned> edges[] = {{-180, 1}, {-6, 30}, {0, 31},   {6, 32},
+                                                 {30, 36},  {60, 41}, {120, 51}, {179.999, 60}};
+    for (const auto& [longitude, zone] : edges) {
+        EXPECT_EQ(converter.latitudeAndLongitudeToUTMCoordinates({10, longitude}).gridZone, zone)
+            << longitude;
+    }
     EXPECT_DOUBLE_EQ(GeodeticUTMConverter::UTMCentralMeridian(31), 3 * kDegree);
     EXPECT_DOUBLE_EQ(GeodeticUTMConverter::UTMCentralMeridian(1), -177 * kDegree);
 }

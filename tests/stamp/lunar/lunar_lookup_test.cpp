@@ -1,14 +1,21 @@
 // The lunar lookup's names, festivals, terms and errors, the year cache, and the stamp's line
 // with its one-entry cache.
+#include <unicode/calendar.h>
+#include <unicode/locid.h>
+#include <unicode/timezone.h>
+
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
 #include <ctime>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
 
 #include "foundation/Clock.h"
+#include "foundation/civil_date.h"
 #include "stamp/lunar/LCMemoryCache.h"
 #include "stamp/lunar/lunar.h"
 
@@ -207,29 +214,86 @@ TEST(LunarLineTest, KeepsOneDayAndReplacesItTheNext) {
     EXPECT_EQ(calls, 4);
 }
 
+// Sets the process's zone for one test and puts the old one back.
+class ZoneForTest {
+  public:
+    explicit ZoneForTest(const char* zone) {
+        if (const char* saved = std::getenv("TZ"))
+            _previous = saved;
+        set(zone);
+    }
+    ~ZoneForTest() {
+        if (_previous)
+            setenv("TZ", _previous->c_str(), 1);
+        else
+            unsetenv("TZ");
+        tzset();
+    }
+    void set(const char* zone) {
+        setenv("TZ", zone, 1);
+        tzset();
+    }
+
+  private:
+    std::optional<std::string> _previous;
+};
+
 TEST(LunarLineTest, DeviceCalendarUsesTheLocalZone) {
-    const char* saved = std::getenv("TZ");
-    const std::optional<std::string> previous =
-        saved ? std::optional<std::string>(saved) : std::nullopt;
+    ZoneForTest zone("Asia/Shanghai");
     const double date = 1707508800.0;  // 2024-02-09 20:00 UTC
-    setenv("TZ", "Asia/Shanghai", 1);
-    tzset();
     const auto shanghai = deviceCalendarDate(date);
-    setenv("TZ", "UTC", 1);
-    tzset();
+    zone.set("UTC");
     const auto utc = deviceCalendarDate(date);
     const auto beforeEpoch = deviceCalendarDate(-0.5);  // 1969-12-31 23:59:59.5
-    if (previous)
-        setenv("TZ", previous->c_str(), 1);
-    else
-        unsetenv("TZ");
-    tzset();
     EXPECT_EQ(shanghai.day, 10);
     EXPECT_EQ(utc.day, 9);
     EXPECT_EQ(utc.month, 2);
     EXPECT_EQ(utc.year, 2024);
     EXPECT_EQ(beforeEpoch.year, 1969);
     EXPECT_EQ(beforeEpoch.day, 31);
+}
+
+// Before 1970 the seconds are negative: midnight must still begin its own day. The lunar day of
+// each instant is checked against ICU's Chinese calendar in the same zone.
+TEST(LunarLineTest, MidnightBefore1970BeginsItsOwnDay) {
+    ZoneForTest device("CST-8");  // UTC+8 with no summer time, whatever the zone database holds
+
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::Calendar> chinese(icu::Calendar::createInstance(
+        icu::TimeZone::createTimeZone("GMT+08:00"), icu::Locale("zh@calendar=chinese"), status));
+    ASSERT_TRUE(U_SUCCESS(status)) << u_errorName(status);
+
+    struct Case {
+        int year, month, day;  // a Gregorian date whose midnight in UTC+8 is tried
+    };
+    const Case cases[] = {
+        {1969, 12, 31}, {1969, 2, 17}, {1950, 10, 1}, {1912, 2, 18}, {1900, 1, 31},
+    };
+    for (const auto& c : cases) {
+        const double midnight =
+            static_cast<double>(foundation::daysFromCivil(c.year, c.month, c.day)) * 86400 -
+            8 * 3600;
+        for (double offset : {-1.0, -0.25, 0.0, 0.25, 1.0}) {
+            const double instant = midnight + offset;
+            SCOPED_TRACE(testing::Message() << c.year << "-" << c.month << "-" << c.day << " "
+                                            << offset << " s from midnight");
+            const CivilDate civil = deviceCalendarDate(instant);
+            const auto expectedDay =
+                foundation::daysFromCivil(c.year, c.month, c.day) - (offset < 0 ? 1 : 0);
+            EXPECT_EQ(foundation::daysFromCivil(civil.year, civil.month, civil.day), expectedDay);
+
+            const auto position = lunarPosition(civil.year, civil.month, civil.day);
+            ASSERT_TRUE(position.has_value());
+            chinese->setTime(instant * 1000, status);
+            const std::array<int, 3> icu = {chinese->get(UCAL_MONTH, status) + 1,
+                                            chinese->get(UCAL_DATE, status),
+                                            chinese->get(UCAL_IS_LEAP_MONTH, status)};
+            ASSERT_TRUE(U_SUCCESS(status)) << u_errorName(status);
+            EXPECT_EQ((std::array<int, 3>{position->monthNumber, position->day,
+                                          position->isLeapMonth ? 1 : 0}),
+                      icu);
+        }
+    }
 }
 
 }  // namespace

@@ -104,7 +104,8 @@ TEST(LunarTablesTest, TermKeysRunThroughTheYearInOrder) {
     }
 }
 
-// ICU computes the Chinese calendar with its own astronomy; the tables must agree with it.
+// ICU computes the Chinese calendar with its own astronomy, always in UTC+8; the tables must
+// agree with it save where the list below says why not.
 class IcuChineseCalendar {
   public:
     IcuChineseCalendar() {
@@ -144,18 +145,17 @@ class IcuChineseCalendar {
 };
 
 // Lunar months where ICU answers otherwise. Each begins at a new moon, or holds a major solar
-// term, within about twenty minutes of midnight in UTC+8, where ICU's shorter series for the
-// sun and moon fall on the other side of midnight (checked against PyEphem when the tables were
-// made). The dates run from the first day that differs to the last.
+// term, within about twenty minutes of midnight, where ICU's shorter series for the sun and moon
+// fall on the other side of midnight (checked against PyEphem when the tables were made). Times
+// are UTC+8; before 1929 the tables reckon in Beijing's mean time, 14 minutes 20 seconds earlier,
+// which leaves these two events on the same side. The dates run from the first day that differs
+// to the last.
 struct Difference {
     std::array<int, 3> from;
     std::array<int, 3> to;
 };
 const Difference kIcuDifferences[] = {
-    {{1914, 11, 17}, {1914, 12, 16}},  // new moon 00:01
-    {{1916, 2, 3}, {1916, 3, 3}},      // new moon 00:05
-    {{1917, 3, 23}, {1917, 5, 20}},    // 小满 at 23:58 keeps the leap month after the second
-    {{1920, 11, 10}, {1920, 12, 9}},   // new moon 00:04
+    {{1917, 3, 23}, {1917, 5, 20}},  // 小满 at 23:58 keeps the leap month after the second
     {{1922, 6, 25}, {1922, 8, 22}},  // 大暑 at 00:19 leaves the month after the fifth without one
     {{1954, 2, 3}, {1954, 3, 4}},    // new moon 23:55
     {{1955, 2, 22}, {1955, 3, 23}},  // new moon 23:54
@@ -200,6 +200,61 @@ TEST(LunarTablesTest, AgreesWithIcuOnEveryWeekOfTwoCenturies) {
         ++(expectAgreement(icu, date) ? compared : skipped);
     EXPECT_GT(compared, 10000);
     EXPECT_LT(skipped, 150);
+}
+
+// The lunar new year of 1900 to 1930 as published calendars give it (the Hong Kong Observatory's
+// conversion tables among them). Before 1929 the almanac reckoned the day on Beijing's
+// meridian: in 1916 the new moon fell at 23:51 there, 00:05 in UTC+8, and the year began on the
+// 3rd. ICU, in UTC+8 throughout, agrees with every date here.
+TEST(LunarTablesTest, NewYearsOfThePublishedAlmanacs) {
+    const std::array<int, 3> newYears[] = {
+        {1900, 1, 31}, {1901, 2, 19}, {1902, 2, 8},  {1903, 1, 29}, {1904, 2, 16}, {1905, 2, 4},
+        {1906, 1, 25}, {1907, 2, 13}, {1908, 2, 2},  {1909, 1, 22}, {1910, 2, 10}, {1911, 1, 30},
+        {1912, 2, 18}, {1913, 2, 6},  {1914, 1, 26}, {1915, 2, 14}, {1916, 2, 3},  {1917, 1, 23},
+        {1918, 2, 11}, {1919, 2, 1},  {1920, 2, 20}, {1921, 2, 8},  {1922, 1, 28}, {1923, 2, 16},
+        {1924, 2, 5},  {1925, 1, 24}, {1926, 2, 13}, {1927, 2, 2},  {1928, 1, 23}, {1929, 2, 10},
+        {1930, 1, 30},
+    };
+    IcuChineseCalendar icu;
+    for (const auto& date : newYears) {
+        SCOPED_TRACE(testing::Message() << date[0] << "-" << date[1] << "-" << date[2]);
+        EXPECT_EQ(row(date[0]).firstMonth, date[1]);
+        EXPECT_EQ(row(date[0]).firstDay, date[2]);
+        const auto before = icu.addDays(date[0], date[1], date[2], -1);
+        const auto eve = lunarPosition(before[0], before[1], before[2]);
+        ASSERT_TRUE(eve.has_value());
+        EXPECT_TRUE(eve->isLastDayOfYear);
+        EXPECT_EQ(icu.lunar(date[0], date[1], date[2]), (std::array<int, 3>{1, 1, 0}));
+        EXPECT_NE(icu.lunar(before[0], before[1], before[2]), (std::array<int, 3>{1, 1, 0}));
+    }
+}
+
+// Months whose first day depends on the meridian: their first days and the days before them.
+TEST(LunarTablesTest, MonthsNearMidnightBefore1929) {
+    struct Case {
+        std::array<int, 3> date;
+        int monthNumber, day;
+    };
+    const Case cases[] = {
+        // New moons a few minutes after midnight in UTC+8 and before it on Beijing's meridian.
+        {{1896, 2, 13}, 1, 1},
+        {{1896, 2, 12}, 12, 29},
+        {{1914, 11, 17}, 10, 1},
+        {{1914, 11, 16}, 9, 29},
+        {{1920, 11, 10}, 10, 1},
+        {{1920, 11, 9}, 9, 29},
+        // The published tables begin 1906's fourth month on the 24th, against the computation.
+        {{1906, 4, 24}, 4, 1},
+        {{1906, 4, 23}, 3, 30},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.date[0] << "-" << c.date[1] << "-" << c.date[2]);
+        const auto position = lunarPosition(c.date[0], c.date[1], c.date[2]);
+        ASSERT_TRUE(position.has_value());
+        EXPECT_EQ(position->monthNumber, c.monthNumber);
+        EXPECT_EQ(position->day, c.day);
+        EXPECT_FALSE(position->isLeapMonth);
+    }
 }
 
 TEST(LunarTablesTest, AgreesWithIcuOnEveryNewYearAndTheDayBefore) {
