@@ -108,13 +108,16 @@ struct Bench {
     platform::PixelBufferRef output;
 };
 
-void BM_FramePass(benchmark::State& state, std::int64_t effect) {
+// `dance` bends the camera on the mesh; an `effectScale` above 0 draws the preview grid.
+void BM_FramePass(benchmark::State& state, std::int64_t effect, bool dance, int effectScale) {
     Bench bench;
     if (!bench.open()) {
         state.SkipWithError("no GL context");
         return;
     }
     bench.view->saveEffectIndex(effect);
+    bench.view->setDanceMode(dance);
+    bench.view->setEffectScale(effectScale);
     bench.writeForDrawtext();
     // Warm up: the first frames load the filter and set the frame size.
     for (int i = 0; i < 3; ++i) {
@@ -135,7 +138,9 @@ void BM_FramePass(benchmark::State& state, std::int64_t effect) {
     bench.view.reset();
     engine::SharedProgram::releaseAll();
 }
-BENCHMARK_CAPTURE(BM_FramePass, copy, 0)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK_CAPTURE(BM_FramePass, mono, 8)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, copy, 0, false, 0)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, mono, 8, false, 0)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, dance, 0, true, 0)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, grid, 0, false, 100)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace

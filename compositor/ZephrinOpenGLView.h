@@ -116,16 +116,13 @@ class ZephrinOpenGLView {
     bool isShowCam() const { return _bShowCam.load(std::memory_order_relaxed); }
     // Bending mode: the camera and the imported photo swing on a bent mesh.
     void setDanceMode(bool on) { _bDanceMode.store(on, std::memory_order_relaxed); }
-    bool isDanceMode() const { return _bDanceMode.load(std::memory_order_relaxed); }
     // The preview grid: 0 draws the normal frame, 1 to 100 the grid at that zoom (100 the whole
     // grid); a value outside is taken to the nearer end. `previewEffect` picks the list shown:
     // 0 film filters, 1 backgrounds, 2 particles.
     void setEffectScale(int scale);
-    int getEffectScale() const { return _effectScale.load(std::memory_order_relaxed); }
     void setPreviewEffect(std::int64_t list) {
         _previewEffect.store(list, std::memory_order_relaxed);
     }
-    std::int64_t getPreviewEffect() const { return _previewEffect.load(std::memory_order_relaxed); }
 
     // The text position 0 to 5: alignment, the stamp's text again, and the stored code.
     void setTPosition(std::int64_t position);
