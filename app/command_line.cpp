@@ -161,6 +161,7 @@ void addStampCommands(CLI::App& app, Request& request) {
     frame->add_option("--margin", f.margin,
                       "Margins: 0 none, 1 one line, 2 printable, 3 half line (default: stored)");
     frame->add_option("--gl", f.gl, "GL platform: auto, device or surfaceless");
+    frame->add_flag("--dance", f.dance, "Bend the picture as dance mode's first frame does");
     frame->add_option("--lat", f.stamp.latitude, "Latitude in degrees, north positive");
     frame->add_option("--lon", f.stamp.longitude, "Longitude in degrees, east positive");
     frame->add_option("--alt", f.stamp.altitude, "Altitude in metres");
@@ -178,7 +179,7 @@ void addRecordCommand(CLI::App& app, Request& request) {
     auto& r = request.record;
     record->add_option("--duration", r.duration,
                        "Seconds to record; 0 records until SIGINT or SIGTERM (default 10)");
-    record->add_option("--mode", r.mode, "video, timelapse or square (default video)");
+    record->add_option("--mode", r.mode, "video, timelapse, square or dance (default video)");
     record->add_option("--camera", r.camera, "The camera: sim, the synthetic one (default)");
     record->add_option("--location", r.location,
                        "Position source: sim, gpsd[://HOST[:PORT]], nmea:DEVICE[@BAUD], "

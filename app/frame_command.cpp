@@ -166,6 +166,7 @@ int runFrame(const FrameOptions& options, screen::SettingsStore& store,
         start.timePosition = *options.position;
     }
     compositor::ZephrinOpenGLView view(store, start, makeContext, makeLineDrawer);
+    view.setDanceMode(options.dance);
     loadSavedLogo(view, cache, "orvane frame: ", err);
     if (heading) {
         view.setLuoPanSource([reading = *heading] { return reading; });

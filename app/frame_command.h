@@ -22,6 +22,7 @@ struct FrameOptions {
     std::optional<int> position;          // text position 0 to 5; the stored one when absent
     std::optional<int> margin;            // margin mode 0 to 3; the stored one when absent
     std::string gl = "auto";              // the GL platform: auto, device or surfaceless
+    bool dance = false;                   // bend the picture as dance mode does
     FormatsOptions stamp;                 // time and position, as `orvane formats` takes them
 };
 

@@ -26,6 +26,9 @@ namespace orvane::app {
 
 namespace {
 
+// Dance mode records video with the picture swinging on the bent mesh.
+constexpr std::int64_t kDanceModeIndex = 4;
+
 std::optional<std::int64_t> modeIndex(const std::string& mode) {
     if (mode == "video") {
         return 0;
@@ -35,6 +38,9 @@ std::optional<std::int64_t> modeIndex(const std::string& mode) {
     }
     if (mode == "timelapse") {
         return 3;
+    }
+    if (mode == "dance") {
+        return kDanceModeIndex;
     }
     return std::nullopt;
 }
@@ -247,7 +253,7 @@ std::optional<std::string> checkRecordOptions(const RecordOptions& options) {
         return "--duration takes seconds, 0 or more";
     }
     if (!modeIndex(options.mode)) {
-        return "--mode takes video, timelapse or square, not \"" + options.mode + "\"";
+        return "--mode takes video, timelapse, square or dance, not \"" + options.mode + "\"";
     }
     if (options.camera != "sim") {
         return "--camera takes sim (the synthetic camera); no other camera can be used yet";
@@ -292,6 +298,7 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
                                                    languageCode);
     };
     compositor::ZephrinOpenGLView view(store, launch.glView, makeContext, makeLineDrawer);
+    view.setDanceMode(*modeIndex(options.mode) == kDanceModeIndex);
     loadSavedLogo(view, cache, "orvane record: ", err);
     compositor::ZephrinOpenGLView::rotateWatermark(3);
 

@@ -16,7 +16,7 @@ namespace orvane::app {
 
 struct RecordOptions {
     double duration = 10;        // seconds; 0 records until interrupted
-    std::string mode = "video";  // video, timelapse or square
+    std::string mode = "video";  // video, timelapse, square or dance
     std::string camera = "sim";
     std::string location;                 // a position source string; empty is the simulated route
     std::optional<std::string> geocoder;  // as for `orvane where`

@@ -57,6 +57,8 @@ struct Case {
     int height;
     std::int64_t effect;
     bool overlays;
+    bool dance = false;   // the camera bent on the mesh
+    int effectScale = 0;  // above 0, the preview grid
 };
 
 struct Bench {
@@ -150,6 +152,8 @@ void BM_FramePass(benchmark::State& state, Case c) {
         return;
     }
     bench.view->saveEffectIndex(c.effect);
+    bench.view->setDanceMode(c.dance);
+    bench.view->setEffectScale(c.effectScale);
     // Warm up: the first frames load the filter and images and set the frame size.
     for (int i = 0; i < 3; ++i) {
         bench.view->displayAndRenderPixelBuffer(bench.source, bench.output, false);
@@ -174,6 +178,12 @@ BENCHMARK_CAPTURE(BM_FramePass, copy, Case{"copy", 1920, 1080, 0, false})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK_CAPTURE(BM_FramePass, mono, Case{"mono", 1920, 1080, 8, false})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, dance, Case{"dance", 1920, 1080, 0, false, true})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BM_FramePass, grid, Case{"grid", 1920, 1080, 0, false, false, 100})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK_CAPTURE(BM_FramePass, overlays_1080, Case{"overlays_1080", 1920, 1080, 0, true})

@@ -3,6 +3,8 @@
 // the particles.
 #include "compositor/ZephrinOpenGLView.h"
 
+#include <algorithm>
+
 #include "compositor/effects_catalogue.h"
 #include "compositor/gl_programs.h"
 #include "engine/CCParticleFlower.h"
@@ -51,6 +53,11 @@ ZephrinOpenGLView::~ZephrinOpenGLView() {
         _compassDial.reset();
         engine::CCTextureCache::sharedTextureCache().removeAllTextures();
         engine::SharedProgram::releaseAll();
+        _ripple.reset();
+        _positionVBO = engine::GLBuffer{};
+        _texcoordVBO = engine::GLBuffer{};
+        _photoCoordVBO = engine::GLBuffer{};
+        _indexVBO = engine::GLBuffer{};
         _programs = CompositorPrograms{};
         _offscreenBufferHandle = engine::GLFramebuffer{};
         _sourceTexture.reset();
@@ -223,6 +230,10 @@ void ZephrinOpenGLView::saveParticleIndex(std::int64_t index) {
 void ZephrinOpenGLView::saveBackgroundIndex(std::int64_t index) {
     _curBackground.store(index, std::memory_order_relaxed);
     _store.glView.saveBackgroundIndex(index);
+}
+
+void ZephrinOpenGLView::setEffectScale(int scale) {
+    _effectScale.store(std::clamp(scale, 0, 100), std::memory_order_relaxed);
 }
 
 void ZephrinOpenGLView::touchAt(float x, float y, float viewWidth, float viewHeight) {

@@ -21,6 +21,8 @@
 #include <string_view>
 #include <vector>
 
+#include "compositor/RippleModel.h"
+#include "compositor/dance_swing.h"
 #include "compositor/frame_geometry.h"
 #include "compositor/gl_programs.h"
 #include "compositor/image.h"
@@ -112,7 +114,15 @@ class ZephrinOpenGLView {
     }
     void setShowCam(bool shown) { _bShowCam.store(shown, std::memory_order_relaxed); }
     bool isShowCam() const { return _bShowCam.load(std::memory_order_relaxed); }
+    // Bending mode: the camera and the imported photo swing on a bent mesh.
     void setDanceMode(bool on) { _bDanceMode.store(on, std::memory_order_relaxed); }
+    // The preview grid: 0 draws the normal frame, 1 to 100 the grid at that zoom (100 the whole
+    // grid); a value outside is taken to the nearer end. `previewEffect` picks the list shown:
+    // 0 film filters, 1 backgrounds, 2 particles.
+    void setEffectScale(int scale);
+    void setPreviewEffect(std::int64_t list) {
+        _previewEffect.store(list, std::memory_order_relaxed);
+    }
 
     // The text position 0 to 5: alignment, the stamp's text again, and the stored code.
     void setTPosition(std::int64_t position);
@@ -220,6 +230,19 @@ class ZephrinOpenGLView {
     void drawImportedPhoto(int width, int height, std::size_t effect);
     void drawCameraLayer(int width, int height, std::size_t effect, const CameraQuad& quad,
                          const Matrix4& model);
+    // The camera through `effect` into the current viewport.
+    void shadeCamera(std::size_t effect, const CameraQuad& quad, const Matrix4& model);
+    // The bending mesh, made with its buffers at the first bent frame; false when it cannot be
+    // (no bending program, a frame too small for a mesh): the layers are then drawn flat.
+    bool prepareRipple(int width, int height, const platform::PixelBuffer& source);
+    // One layer on the mesh, its swing one step further: the picture on texture `unit`, its
+    // coordinates from `coordinates`, `mulcamera` -1 to turn the front camera's picture over.
+    void drawDanceMesh(GLenum unit, GLuint picture, GLuint coordinates, float mulcamera,
+                       DanceState& state, std::size_t effect);
+    void drawDancingPhoto(int width, int height, std::size_t effect);
+    // The 3 by 3 grid of previews in place of the picture and its particles.
+    void drawPreviewGrid(int width, int height, const FrameLayers& layers,
+                         const CameraPlacement& camera);
     void drawParticles(int width, int height, std::size_t particle);
     void drawOverlays(const OverlayPlan& plan);
     void drawOverlay(GLuint texture, const std::array<float, 8>& quad);
@@ -257,7 +280,18 @@ class ZephrinOpenGLView {
     std::atomic<std::int64_t> _timePosition{0};
     std::atomic<bool> _bShowCam{true};
     std::atomic<bool> _bDanceMode{false};
+    std::atomic<int> _effectScale{0};
+    std::atomic<std::int64_t> _previewEffect{0};
     float _zoomScale = 1.0f;
+
+    // Bending mode's mesh, its buffers, and the swing of each layer.
+    std::unique_ptr<RippleModel> _ripple;
+    engine::GLBuffer _positionVBO;
+    engine::GLBuffer _texcoordVBO;
+    engine::GLBuffer _photoCoordVBO;
+    engine::GLBuffer _indexVBO;
+    DanceState danceStatePhoto;
+    DanceState danceStateCamera;
 
     std::array<std::shared_ptr<engine::CCTexture2D>, 11> _filterTexture;
     std::array<std::shared_ptr<engine::CCTexture2D>, 22> _particleTexture;

@@ -144,6 +144,7 @@ ZephrinOpenGLView::Road ZephrinOpenGLView::chooseRoad(const platform::PixelBuffe
                                                       const CameraPlacement& camera,
                                                       const OverlayPlan& plan) const {
     const bool copyCamera = _copyShortcut && layers.effect == 0 && !_bDanceMode.load() &&
+                            _effectScale.load(std::memory_order_relaxed) == 0 &&
                             !_importFileTexture && _bShowCam.load() && !layers.particlesOn &&
                             source.width() == width && source.height() == height &&
                             isIdentityCamera(camera.quad, camera.model);

@@ -85,7 +85,9 @@ constexpr const char* kPhotoFilterFragment =
                                          "colorMatrixfilter") "}\n";
 
 // The picture on a bicubic Bezier patch of 16 control points; the small biases keep pow away
-// from zero, and the last matrix scales -0.5..0.5 to clip space with w leaning on depth.
+// from zero, and the last matrix scales -0.5..0.5 to clip space with w leaning on depth. The
+// mesh's t lies a whole texture above the picture (1 to 2) and textures are clamped at their
+// edges, so the stage takes that texture off.
 constexpr const char* kDanceVertex = R"(
 attribute vec4 position;
 attribute vec4 texturecoordinate;
@@ -116,7 +118,7 @@ void main() {
                        0.0, 0.0, 0.0, -0.001,
                        0.0, 0.0, 0.0, 1.0);
     gl_Position = toClip * vec4(point, 1.0);
-    coordinate = texturecoordinate.xy;
+    coordinate = vec2(texturecoordinate.x, texturecoordinate.y - 1.0);
 }
 )";
 

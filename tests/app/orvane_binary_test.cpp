@@ -142,6 +142,27 @@ TEST_F(OrvaneBinaryTest, FrameWritesAStampedPicture) {
     EXPECT_EQ(png.substr(1, 3), "PNG");
 }
 
+TEST_F(OrvaneBinaryTest, FrameDanceBendsThePicture) {
+    const auto draw = [&](const std::string& extra) {
+        const fs::path picture = folder / "frame.png";
+        EXPECT_EQ(run("frame --synthetic 320x180 --time 2024-02-10T12:00:00Z --out '" +
+                      picture.string() + "'" + extra)
+                      .status,
+                  0);
+        const auto read = platform::readPicture(picture);
+        return read.picture ? read.picture->rgba : std::vector<std::uint8_t>{};
+    };
+    const auto flat = draw("");
+    const auto bent = draw(" --dance");
+    ASSERT_EQ(bent.size(), std::size_t{320 * 180 * 4});
+    ASSERT_EQ(flat.size(), bent.size());
+    std::size_t moved = 0;
+    for (std::size_t i = 0; i < flat.size(); i += 4) {
+        moved += std::abs(flat[i] - bent[i]) > 24 ? 1 : 0;
+    }
+    EXPECT_GT(moved, std::size_t{320 * 180 / 20});
+}
+
 TEST_F(OrvaneBinaryTest, FrameRefusesBadArgumentsAndWritesNothing) {
     const fs::path picture = folder / "frame.png";
     for (const std::string& arguments : std::vector<std::string>{
