@@ -91,6 +91,15 @@ struct SnapshotAnswer {
         std::unique_lock lock(mutex);
         return done.wait_for(lock, std::chrono::seconds(30), [this] { return arrived; });
     }
+
+    struct Result {
+        std::optional<MapSnapshot> snapshot;
+        std::optional<foundation::Error> error;
+    };
+    Result result() {
+        std::lock_guard lock(mutex);
+        return {std::move(snapshot), std::move(error)};
+    }
 };
 
 // Whether the pixel is the colour, each channel within `tolerance`.
