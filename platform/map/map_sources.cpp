@@ -41,7 +41,10 @@ std::unique_ptr<MapSnapshotter> makeMapSnapshotter(
         }
         return std::make_unique<TileMapSnapshotter>(std::move(callbackQueue), std::move(tiles));
     }
-    if (source.starts_with("http://") || source.starts_with("https://")) {
+    // Anything with a {z} is meant as a template, so a template without its scheme is told what
+    // it lacks.
+    if (source.starts_with("http://") || source.starts_with("https://") ||
+        source.find("{z}") != std::string_view::npos) {
         std::string reason;
         auto templates = XyzTileSource::parseTemplates(source, reason);
         if (!templates) {
