@@ -34,8 +34,9 @@ class MapOverlayUpdater {
     struct Options {
         // The screen's pixels per point; the map is 256 points square.
         double screenScale = 1;
-        // The device is in mainland China, where the map's base is drawn in the GCJ-02 frame:
-        // positions are shifted into it before they reach the map.
+        // The map's base is drawn in the GCJ-02 frame, as maps of mainland China are: positions
+        // are shifted into it before they reach the map. The bundled places and tiles drawn from
+        // OpenStreetMap are in WGS-84, where a shifted mark would stand some 500 m off.
         bool regionChina = false;
         // What "MapAppearance" 0 (the system's) means on this desktop.
         platform::MapAppearance systemAppearance = platform::MapAppearance::Light;
