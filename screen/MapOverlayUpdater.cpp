@@ -52,7 +52,8 @@ MapOverlayUpdater::MapOverlayUpdater(foundation::RunLoop& loop, SettingsStore& s
 }
 
 MapOverlayUpdater::~MapOverlayUpdater() {
-    stopUpdateMap();
+    _timerUpdateMap.reset();
+    setMapImage(nullptr);
 }
 
 void MapOverlayUpdater::startUpdateMap() {

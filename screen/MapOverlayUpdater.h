@@ -56,7 +56,8 @@ class MapOverlayUpdater {
     MapOverlayUpdater(foundation::RunLoop& loop, SettingsStore& store,
                       std::unique_ptr<platform::MapSnapshotter> snapshotter,
                       LocationSource location, MapReceiver setMap, Options options);
-    // Stops, as stopUpdateMap does.
+    // Stops the timer and drops the map the still and recording paths read; the receiver, whose
+    // owner may be going away too, is not called.
     ~MapOverlayUpdater();
     MapOverlayUpdater(const MapOverlayUpdater&) = delete;
     MapOverlayUpdater& operator=(const MapOverlayUpdater&) = delete;
