@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <numbers>
 #include <vector>
 
@@ -40,10 +41,36 @@ double pixelY(const MercatorFrame& frame, double latitude) {
     return mercator::pixelFor(frame, {latitude, 0}).y;
 }
 
+// A map wider than this many mask cells is coloured pixel by pixel, which costs the same however
+// wide it is.
+constexpr long kMostLandCells = 65536;
+
+void setPixel(Bitmap& bitmap, int x, int y, const MapColour& colour) {
+    const std::uint32_t word = 0xFF000000u |
+                               static_cast<std::uint32_t>(std::lround(colour.red * 255)) << 16 |
+                               static_cast<std::uint32_t>(std::lround(colour.green * 255)) << 8 |
+                               static_cast<std::uint32_t>(std::lround(colour.blue * 255));
+    std::memcpy(bitmap.pixels.data() + static_cast<std::size_t>(y) * bitmap.stride + x * 4, &word,
+                sizeof word);
+}
+
+void paintLandByPixel(Bitmap& bitmap, const places::PlaceIndex& places, const MercatorFrame& frame,
+                      const OfflineMapPalette& palette) {
+    for (int y = 0; y < frame.height; ++y) {
+        const double latitude = mercator::coordinateAt(frame, {0, y + 0.5}).latitude;
+        for (int x = 0; x < frame.width; ++x) {
+            const double longitude = mercator::coordinateAt(frame, {x + 0.5, y + 0.5}).longitude;
+            if (places.isLand(latitude, longitude)) {
+                setPixel(bitmap, x, y, palette.land);
+            }
+        }
+    }
+}
+
 // One path of every land cell the map shows, filled once, so neighbouring cells join without a
-// seam.
-void drawLand(cairo_t* cr, const places::PlaceIndex& places, const MercatorFrame& frame,
-              const OfflineMapPalette& palette) {
+// seam; a map of very many cells is coloured pixel by pixel instead.
+void drawLand(cairo_t* cr, Bitmap& bitmap, const places::PlaceIndex& places,
+              const MercatorFrame& frame, const OfflineMapPalette& palette) {
     const double cellLatitude = places.maskCellLatitudeDegrees();
     const double cellLongitude = places.maskCellLongitudeDegrees();
     const double north = mercator::coordinateAt(frame, {0, 0}).latitude;
@@ -56,6 +83,12 @@ void drawLand(cairo_t* cr, const places::PlaceIndex& places, const MercatorFrame
     const long lastColumn = std::lround(std::floor((east + 180.0) / cellLongitude));
     const long firstRow = std::lround(std::floor((90.0 - north) / cellLatitude));
     const long lastRow = std::lround(std::floor((90.0 - south) / cellLatitude));
+    if ((lastColumn - firstColumn + 1) * (lastRow - firstRow + 1) > kMostLandCells) {
+        cairo_surface_flush(cairo_get_target(cr));
+        paintLandByPixel(bitmap, places, frame, palette);
+        cairo_surface_mark_dirty(cairo_get_target(cr));
+        return;
+    }
     // Cells far larger than the map are cut to a little beyond its edges.
     const auto clampX = [&](double x) { return std::clamp(x, -4.0, frame.width + 4.0); };
     const auto clampY = [&](double y) { return std::clamp(y, -4.0, frame.height + 4.0); };
@@ -350,7 +383,7 @@ Bitmap drawOfflineMap(const places::PlaceIndex& places, const MapLettering& lett
     Cairo cr(cairo_create(surface.get()));
     setSource(cr.get(), palette.water);
     cairo_paint(cr.get());
-    drawLand(cr.get(), places, frame, palette);
+    drawLand(cr.get(), bitmap, places, frame, palette);
     drawTrack(cr.get(), options, frame, palette);
 
     const double scale = options.scale;

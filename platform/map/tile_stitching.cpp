@@ -63,7 +63,7 @@ MapSnapshotResult stitchTiles(TileSource& source, const MapLettering& lettering,
         std::min(side - 1, std::lround(std::ceil((frame.centreY + halfHeight) * side)) - 1);
     const long columns = lastColumn - firstColumn + 1;
     const long rows = lastRow - firstRow + 1;
-    if (columns * std::max(rows, 0L) > kMaxTilesPerMap) {
+    if (columns * rows > kMaxTilesPerMap) {
         return {
             std::nullopt,
             mapError(MapSnapshotter::kInvalidRequest, "The map would need too many tiles",
@@ -98,7 +98,7 @@ MapSnapshotResult stitchTiles(TileSource& source, const MapLettering& lettering,
     // The tiles side by side at their own size, so no seam shows, then the whole scaled once.
     const int tileSide = tiles.front().bitmap.width;
     Bitmap mosaic = Bitmap::transparent(static_cast<int>(columns) * tileSide,
-                                        static_cast<int>(std::max(rows, 1L)) * tileSide);
+                                        static_cast<int>(rows) * tileSide);
     {
         CairoSurface surface = surfaceOver(mosaic);
         Cairo cr(cairo_create(surface.get()));

@@ -92,6 +92,30 @@ TEST_F(OfflineMapTest, TheSeaLiesSouthOfBrighton) {
     }
 }
 
+TEST_F(OfflineMapTest, AWideMapShowsContinentsAndOceans) {
+    // Eighty degrees around the Gulf of Guinea: more mask cells than are drawn one by one.
+    OfflineMapSnapshotter snapshotter(queue, ORVANE_PLACES_FILE);
+    const auto map = snapshot(snapshotter, around(0, 0, 80));
+    ASSERT_TRUE(map);
+    const OfflineMapPalette& palette = offlineMapPalette(MapAppearance::Light);
+    const struct {
+        const char* name;
+        double latitude, longitude;
+        bool land;
+    } rows[] = {{"the Sahara", 22, 25, true},
+                {"Zambia", -14, 27, true},
+                {"Atlantic off Liberia", 0, -20, false},
+                {"South Atlantic", -20, -10, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        // Most of the pixels around the point: a name may cross it.
+        const PixelPoint point = map->pointForCoordinate({row.latitude, row.longitude});
+        const int x = static_cast<int>(point.x), y = static_cast<int>(point.y);
+        const Rgb colour = rgbOf(row.land ? palette.land : palette.water);
+        EXPECT_GT(countNear(map->image(), x - 5, y - 5, x + 6, y + 6, colour, 1), 80);
+    }
+}
+
 TEST_F(OfflineMapTest, APlaceIsNamedBesideItsDot) {
     // Testford lies a quarter of the map west of the centre; its name goes beside its dot, where
     // nothing else is drawn, and the same map without it has no lettering there.
