@@ -5,7 +5,7 @@
 namespace orvane::platform {
 
 std::optional<std::filesystem::path> userCacheDirectory() {
-    // The specification ignores a relative XDG_CACHE_HOME.
+    // The XDG base directory rules ignore a relative XDG_CACHE_HOME.
     if (const char* xdg = std::getenv("XDG_CACHE_HOME"); xdg != nullptr && xdg[0] == '/') {
         return std::filesystem::path(xdg) / "orvane";
     }
