@@ -18,21 +18,23 @@ struct FetchedTile {
     Bitmap bitmap;
 };
 
+// The credit on a plate of the map's appearance: dark on light, or light on dark.
 void drawAttribution(cairo_t* cr, const MapLettering& lettering, const std::string& text,
-                     const MercatorFrame& frame, double scale) {
+                     const MercatorFrame& frame, double scale, MapAppearance appearance) {
     if (text.empty()) {
         return;
     }
+    const bool dark = appearance == MapAppearance::Dark;
     MapLettering::Style style;
     style.pixels = kAttributionPoints * scale;
-    style.fill = {0.1, 0.1, 0.1};
+    style.fill = dark ? MapColour{0.9, 0.9, 0.9} : MapColour{0.1, 0.1, 0.1};
     style.maxWidth = frame.width - 4 * scale;
     const MapLettering::Text caption = lettering.layOut(text, style);
     const double padding = 2 * scale;
     const double left = frame.width - caption.width() - 2 * padding;
     const double top = frame.height - caption.height() - 2 * padding;
     cairo_rectangle(cr, left, top, caption.width() + 2 * padding, caption.height() + 2 * padding);
-    cairo_set_source_rgba(cr, 1, 1, 1, 0.7);
+    cairo_set_source_rgba(cr, dark ? 0 : 1, dark ? 0 : 1, dark ? 0 : 1, dark ? 0.6 : 0.7);
     cairo_fill(cr);
     lettering.draw(cr, caption, left + padding, top + padding);
 }
@@ -146,7 +148,8 @@ MapSnapshotResult stitchTiles(TileSource& source, const MapLettering& lettering,
     {
         CairoSurface surface = surfaceOver(image);
         Cairo cr(cairo_create(surface.get()));
-        drawAttribution(cr.get(), lettering, source.attribution(), frame, options.scale);
+        drawAttribution(cr.get(), lettering, source.attribution(), frame, options.scale,
+                        options.appearance);
         cr.reset();
         cairo_surface_flush(surface.get());
     }

@@ -162,6 +162,8 @@ TEST_F(TileMapTest, TheDarkAppearanceTurnsTheTilesLightnessOver) {
     EXPECT_TRUE(pixelIs(result.snapshot->image(), 64, 64, {51, 51, 0}));
     // (30, 30, 120) has 36: each channel gains 183.
     EXPECT_TRUE(pixelIs(result.snapshot->image(), 192, 180, {213, 213, 255}));
+    // The attribution's plate darkens the corner instead.
+    EXPECT_LT(result.snapshot->image().red(255, 255), 120);
 }
 
 TEST_F(TileMapTest, AServerThatFailsGivesAnErrorNamingTheTileUrl) {
