@@ -124,6 +124,30 @@ void MapSettingViewControllerStore::saveMapAppearance(std::int64_t appearance) {
     _d.setInteger("MapAppearance", appearance);
 }
 
+std::optional<std::string> MapSettingViewControllerStore::getMapTileURL() const {
+    return _d.stringForKey("MapTileURL");
+}
+
+void MapSettingViewControllerStore::saveMapTileURL(std::optional<std::string> url) {
+    _d.setString("MapTileURL", std::move(url));
+}
+
+std::optional<std::string> MapSettingViewControllerStore::getMapAttribution() const {
+    return _d.stringForKey("MapAttribution");
+}
+
+void MapSettingViewControllerStore::saveMapAttribution(std::optional<std::string> attribution) {
+    _d.setString("MapAttribution", std::move(attribution));
+}
+
+std::optional<std::string> MapSettingViewControllerStore::getMapTilesFile() const {
+    return _d.stringForKey("MapTilesFile");
+}
+
+void MapSettingViewControllerStore::saveMapTilesFile(std::optional<std::string> path) {
+    _d.setString("MapTilesFile", std::move(path));
+}
+
 bool LuoPanSettingViewControllerStore::isLuoPanPositionNotAuto() const {
     return _d.boolForKey("LuoPanPositionNotAuto");
 }

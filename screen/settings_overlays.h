@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string>
 
 #include "platform/settings/UserDefaults.h"
 
@@ -59,6 +61,16 @@ class MapSettingViewControllerStore {
     void saveMapScale_public(double scale);
     std::int64_t readMapAppearance() const;
     void saveMapAppearance(std::int64_t appearance);
+    // Where the map comes from, when not from the bundled place data: a tile server's URL
+    // template with {z}, {x} and {y} (a second one after a space serves "Satellite hybrid"), the
+    // attribution its terms ask to show on the map, and an MBTiles file, which comes before the
+    // server. Absent or empty: the offline map, and positions never leave the machine.
+    std::optional<std::string> getMapTileURL() const;
+    void saveMapTileURL(std::optional<std::string> url);
+    std::optional<std::string> getMapAttribution() const;
+    void saveMapAttribution(std::optional<std::string> attribution);
+    std::optional<std::string> getMapTilesFile() const;
+    void saveMapTilesFile(std::optional<std::string> path);
 
   private:
     platform::UserDefaults& _d;

@@ -250,6 +250,49 @@ std::optional<NearestPlace> PlaceIndex::nearest(double latitude, double longitud
     return NearestPlace{bestPlace, chordToMetres(best)};
 }
 
+void PlaceIndex::collect(std::size_t begin, std::size_t end, int axis, const double point[3],
+                         double squaredChord, std::vector<NearestPlace>& found) const {
+    if (begin >= end) {
+        return;
+    }
+    const std::size_t middle = begin + (end - begin) / 2;
+    const TreePoint& node = _tree[middle];
+    const double dx = node.x - point[0], dy = node.y - point[1], dz = node.z - point[2];
+    const double squared = dx * dx + dy * dy + dz * dz;
+    if (squared <= squaredChord) {
+        found.push_back({node.place, squared});
+    }
+    const double split = point[axis] - coordinate(node, axis);
+    const int next = (axis + 1) % 3;
+    if (split < 0 || split * split <= squaredChord) {
+        collect(begin, middle, next, point, squaredChord, found);
+    }
+    if (split >= 0 || split * split <= squaredChord) {
+        collect(middle + 1, end, next, point, squaredChord, found);
+    }
+}
+
+std::vector<NearestPlace> PlaceIndex::within(double latitude, double longitude,
+                                             double metres) const {
+    std::vector<NearestPlace> found;
+    if (_tree.empty() || !(metres >= 0)) {
+        return found;
+    }
+    const auto v = unitVector(latitude, longitude);
+    // The chord of an arc of `metres`; past half the globe every place is within.
+    const double angle = std::min(metres / kEarthRadiusMetres, std::numbers::pi);
+    const double chord = 2.0 * std::sin(angle / 2.0);
+    collect(0, _tree.size(), 0, v.data(), chord * chord, found);
+    // Squared chords first, for sorting; then metres.
+    std::sort(found.begin(), found.end(), [](const NearestPlace& a, const NearestPlace& b) {
+        return a.metres < b.metres || (a.metres == b.metres && a.index < b.index);
+    });
+    for (NearestPlace& place : found) {
+        place.metres = chordToMetres(place.metres);
+    }
+    return found;
+}
+
 std::optional<NearestPlace> PlaceIndex::nearestByScan(double latitude, double longitude) const {
     if (_tree.empty()) {
         return std::nullopt;

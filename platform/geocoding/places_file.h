@@ -48,8 +48,14 @@ class PlaceIndex {
     // The same by looking at every place: the reference for the tree.
     std::optional<NearestPlace> nearestByScan(double latitude, double longitude) const;
 
+    // Every place within `metres` of the point by great-circle distance, nearest first.
+    std::vector<NearestPlace> within(double latitude, double longitude, double metres) const;
+
     // Whether the mask cell holding the point is land.
     bool isLand(double latitude, double longitude) const;
+    // The side of a mask cell in degrees of latitude and of longitude.
+    double maskCellLatitudeDegrees() const { return 180.0 / _maskHeight; }
+    double maskCellLongitudeDegrees() const { return 360.0 / _maskWidth; }
 
   private:
     struct Record {
@@ -70,6 +76,8 @@ class PlaceIndex {
     void buildTree(std::size_t begin, std::size_t end, int axis);
     void search(std::size_t begin, std::size_t end, int axis, const double point[3], double& best,
                 std::uint32_t& bestPlace) const;
+    void collect(std::size_t begin, std::size_t end, int axis, const double point[3],
+                 double squaredChord, std::vector<NearestPlace>& found) const;
 
     std::vector<std::uint8_t> _bytes;
     std::vector<Record> _places;

@@ -82,6 +82,7 @@ const std::vector<Expected> kFreshDesktop = {
     {{"MapType", "MapAppearance", "ASDisplay", "ASUnits", "LuoPanPosition"}, integer(0)},
     {{"MapOpacity"}, floating(0.4f)},
     {{"MapSize", "MapScale"}, floating(0.5f)},
+    {{"MapTileURL", "MapAttribution", "MapTilesFile"}, kNil},
     {{"LuoPanStyle"}, integer(4)},
     {{"LuoPanSize"}, floating(0.0f)},
     // Effects and drawing.

@@ -269,6 +269,37 @@ TEST(PlaceIndexTest, TreeAgreesWithAFullScanEverywhere) {
     }
 }
 
+TEST(PlaceIndexTest, PlacesWithinARadiusAreThoseAScanFindsNearestFirst) {
+    std::string problem;
+    const auto index = places::PlaceIndex::load(ORVANE_PLACES_FILE, problem);
+    ASSERT_TRUE(index) << problem;
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> latitude(-60, 70), longitude(-180, 180);
+    for (int i = 0; i < 12; ++i) {
+        const double lat = latitude(random), lon = longitude(random);
+        for (const double metres : {2'000.0, 30'000.0, 300'000.0}) {
+            const auto found = index->within(lat, lon, metres);
+            std::vector<std::size_t> scanned;
+            for (std::size_t p = 0; p < index->size(); ++p) {
+                const places::Place place = index->place(p);
+                if (places::greatCircleMetres(lat, lon, place.latitude, place.longitude) <=
+                    metres) {
+                    scanned.push_back(p);
+                }
+            }
+            std::vector<std::size_t> indices;
+            for (std::size_t k = 0; k < found.size(); ++k) {
+                indices.push_back(found[k].index);
+                if (k > 0) {
+                    EXPECT_LE(found[k - 1].metres, found[k].metres);
+                }
+            }
+            std::sort(indices.begin(), indices.end());
+            EXPECT_EQ(indices, scanned) << lat << ", " << lon << " within " << metres;
+        }
+    }
+}
+
 TEST(PlaceIndexTest, LandMaskKnowsContinentsFromOceans) {
     std::string problem;
     const auto index = places::PlaceIndex::load(ORVANE_PLACES_FILE, problem);
