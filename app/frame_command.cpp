@@ -7,9 +7,12 @@
 #include <memory>
 
 #include "app/logo_command.h"
+#include "app/map_overlay.h"
 #include "compositor/ZephrinOpenGLView.h"
 #include "engine/cairo_handles.h"
 #include "foundation/Clock.h"
+#include "foundation/RunLoop.h"
+#include "foundation/Timer.h"
 #include "platform/capture/test_scene.h"
 #include "platform/gl/EglContext.h"
 #include "platform/image/picture_file.h"
@@ -82,6 +85,41 @@ bool writePng(const platform::PixelBuffer& frame, const std::string& path, std::
         return false;
     }
     return true;
+}
+
+// How long one frame waits for its map: a tile server may be slow, never this slow.
+constexpr double kMapWaitSeconds = 20.0;
+
+// With "NeedDisplayMap" on, makes the map around the position and hands it to the view before
+// the frame is drawn. False when the map could not be made, said on `err`.
+bool drawMap(compositor::ZephrinOpenGLView& view, screen::SettingsStore& store, double latitude,
+             double longitude, double instant, std::ostream& err) {
+    foundation::RunLoop loop;
+    bool drawn = false;
+    std::string failure;
+    const platform::Location fix({latitude, longitude}, std::nullopt, 5.0, -1.0, instant);
+    auto updater = startMapOverlay(
+        loop, store, view, [fix] { return fix; }, "orvane frame: ", err,
+        [&] {
+            drawn = true;
+            loop.quit();
+        },
+        [&](const std::string& message) {
+            failure = message;
+            loop.quit();
+        });
+    if (!updater) {
+        return !store.viewController.isNeedDisplayMap();
+    }
+    const auto timeout = foundation::Timer::scheduled(loop, kMapWaitSeconds, false, [&] {
+        failure = "no map came within " + std::to_string(static_cast<int>(kMapWaitSeconds)) + " s";
+        loop.quit();
+    });
+    loop.run();
+    if (!drawn) {
+        err << "orvane frame: " << failure << "\n";
+    }
+    return drawn;
 }
 
 }  // namespace
@@ -175,6 +213,9 @@ int runFrame(const FrameOptions& options, screen::SettingsStore& store,
     view.setDimensions(source->width(), source->height(), 0.0f);
     if (!view.isReady()) {
         err << "orvane frame: no GL context could be made (the log above says why)\n";
+        return 1;
+    }
+    if (stamp.latitude && !drawMap(view, store, *stamp.latitude, *stamp.longitude, instant, err)) {
         return 1;
     }
     if (!options.photo.empty()) {

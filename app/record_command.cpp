@@ -8,6 +8,7 @@
 #include "app/interrupts.h"
 #include "app/library_command.h"
 #include "app/logo_command.h"
+#include "app/map_overlay.h"
 #include "capture/ZephrinSessionManager.h"
 #include "capture/media_report.h"
 #include "compositor/ZephrinOpenGLView.h"
@@ -302,6 +303,17 @@ int runRecord(const RecordOptions& options, screen::SettingsStore& store,
     loadSavedLogo(view, cache, "orvane record: ", err);
     compositor::ZephrinOpenGLView::rotateWatermark(3);
 
+    // The map follows the position the stamp last geocoded; a failure is said once, and the
+    // recording goes on with the map it has.
+    auto mapOverlay = startMapOverlay(
+        loop, store, view, [&state] { return state.lastGeocodedLocation(); },
+        "orvane record: ", err, {},
+        [&err, said = false](const std::string& message) mutable {
+            if (!said) {
+                err << "orvane record: " << message << "\n";
+                said = true;
+            }
+        });
     auto controller = std::make_shared<RecordController>(options, view, loop, out, err);
     controller->setUpdaterFactory([&](stamp::LineDrawer& drawer) {
         return std::make_unique<stamp::LocationUpdater>(

@@ -246,6 +246,39 @@ TEST_F(OrvaneBinaryTest, ALogoSetIsDrawnUntilTurnedOffAndABadPictureChangesNothi
     EXPECT_NE(logoPixel(), (std::array<int, 3>{0, 255, 0}));
 }
 
+TEST_F(OrvaneBinaryTest, FrameDrawsTheMapOfItsPositionWhenTheMapIsOn) {
+    const fs::path picture = folder / "frame.png";
+    const std::string frame =
+        "frame --synthetic 640x360 --position 2 --lat 51.3811 --lon -2.359 "
+        "--out '" +
+        picture.string() + "'";
+    // Text top right: the map takes the top left corner, 0.3 of the frame's height.
+    const auto corner = [&] {
+        const auto read = platform::readPicture(picture);
+        EXPECT_TRUE(read.picture) << read.problem;
+        std::vector<std::uint8_t> pixels;
+        for (int y = 0; read.picture && y < 100; ++y) {
+            const auto row = read.picture->rgba.begin() + y * 640 * 4;
+            pixels.insert(pixels.end(), row, row + 100 * 4);
+        }
+        return pixels;
+    };
+    ASSERT_EQ(run(frame).status, 0);
+    const auto without = corner();
+    ASSERT_EQ(run("settings set NeedDisplayMap true").status, 0);
+    const auto drawn = run(frame);
+    ASSERT_EQ(drawn.status, 0) << drawn.err;
+    EXPECT_NE(corner(), without);
+
+    // A source that cannot be used is named, and no frame is written without its map.
+    ASSERT_EQ(run("settings set MapTileURL ftp://tiles.invalid/{z}/{x}/{y}.png").status, 0);
+    fs::remove(picture);
+    const auto refused = run(frame);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("MapTileURL"), std::string::npos) << refused.err;
+    EXPECT_FALSE(fs::exists(picture));
+}
+
 TEST_F(OrvaneBinaryTest, LunarPrintsTheFieldsOfADate) {
     const auto result = run("lunar 2024-02-10", "LC_ALL=C LANGUAGE=");
     ASSERT_EQ(result.status, 0) << result.err;
