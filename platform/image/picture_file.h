@@ -24,7 +24,7 @@ struct PictureRead {
     std::string problem;  // why there is none, naming the file
 };
 
-// A PNG (libpng) or JPEG (libjpeg-turbo) file, told apart by its first bytes, whatever its name.
+// A PNG or JPEG file (bitmap_codec.h), told apart by its first bytes, whatever its name.
 PictureRead readPicture(const std::filesystem::path& file);
 
 // Writes the picture as PNG in place of `file`, all at once (a crash leaves the old file or the

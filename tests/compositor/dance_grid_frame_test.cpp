@@ -8,6 +8,7 @@
 
 #include "engine/cairo_handles.h"
 #include "tests/compositor/frame_pass_support.h"
+#include "tests/compositor/golden_support.h"
 
 namespace orvane::compositor {
 namespace {
@@ -105,33 +106,10 @@ TEST_F(DanceFrameTest, MatchesTheExpectedPicture) {
     for (int i = 0; i < 8; ++i) {
         frame = render(v, source);
     }
-    const auto path = std::filesystem::path(ORVANE_GOLDEN_DIR) / "dance_swing.png";
-    platform::PixelBufferReadLock lock(*frame);
-    if (std::getenv("ORVANE_UPDATE_GOLDEN") != nullptr) {
-        engine::CairoSurface out(cairo_image_surface_create_for_data(
-            const_cast<unsigned char*>(lock.data()), CAIRO_FORMAT_RGB24, kWidth, kHeight,
-            static_cast<int>(frame->bytesPerRow())));
-        ASSERT_EQ(cairo_surface_write_to_png(out.get(), path.c_str()), CAIRO_STATUS_SUCCESS);
-        return;
-    }
-    engine::CairoSurface expected(cairo_image_surface_create_from_png(path.c_str()));
-    ASSERT_EQ(cairo_surface_status(expected.get()), CAIRO_STATUS_SUCCESS)
-        << path << " is missing: run with ORVANE_UPDATE_GOLDEN=1 to draw it";
-    ASSERT_EQ(cairo_image_surface_get_width(expected.get()), kWidth);
-    ASSERT_EQ(cairo_image_surface_get_height(expected.get()), kHeight);
-    const unsigned char* want = cairo_image_surface_get_data(expected.get());
-    const int stride = cairo_image_surface_get_stride(expected.get());
     // Rasterisers may differ by a step along the mesh's folds; a wrong pose moves thousands.
-    int differing = 0;
-    for (int y = 0; y < kHeight; ++y) {
-        for (int x = 0; x < kWidth * 4; x += 4) {
-            const unsigned char* got = lock.data() + y * frame->bytesPerRow() + x;
-            const unsigned char* exp = want + y * stride + x;
-            differing += std::abs(got[0] - exp[0]) > 24 || std::abs(got[1] - exp[1]) > 24 ||
-                         std::abs(got[2] - exp[2]) > 24;
-        }
-    }
-    EXPECT_LE(differing, kWidth * kHeight / 500) << differing << " pixels differ from " << path;
+    const auto compared = testing::compareWithGolden(*frame, "dance_swing", 24);
+    ASSERT_TRUE(compared);
+    EXPECT_LE(compared->differing, kWidth * kHeight / 500);
 }
 
 using PreviewGridFrameTest = FramePassTest;

@@ -18,6 +18,7 @@
 #include "screen/settings_first_run.h"
 #include "screen/settings_loading.h"
 #include "stamp/stamp_state.h"
+#include "tests/compositor/golden_support.h"
 #include "tests/engine/gl_test_support.h"
 
 namespace orvane::compositor {
@@ -27,10 +28,6 @@ namespace {
 constexpr double kInstant = 1707537600.95;
 constexpr int kWidth = 1280;
 constexpr int kHeight = 720;
-
-std::filesystem::path goldenPath(const std::string& name) {
-    return std::filesystem::path(ORVANE_GOLDEN_DIR) / (name + ".png");
-}
 
 struct Case {
     const char* name;
@@ -143,42 +140,13 @@ class GoldenFrameTest : public testing::GLTest, public ::testing::WithParamInter
 TEST_P(GoldenFrameTest, MatchesTheExpectedPicture) {
     const Case& c = GetParam();
     const auto frame = render(c);
-    const auto path = goldenPath(c.name);
-    platform::PixelBufferReadLock lock(*frame);
-    if (std::getenv("ORVANE_UPDATE_GOLDEN") != nullptr) {
-        engine::CairoSurface out(cairo_image_surface_create_for_data(
-            const_cast<unsigned char*>(lock.data()), CAIRO_FORMAT_RGB24, frame->width(),
-            frame->height(), static_cast<int>(frame->bytesPerRow())));
-        ASSERT_EQ(cairo_surface_write_to_png(out.get(), path.c_str()), CAIRO_STATUS_SUCCESS);
+    const auto compared = testing::compareWithGolden(*frame, c.name, 24, 0x70);
+    ASSERT_TRUE(compared);
+    if (compared->updated) {
         return;
     }
-    engine::CairoSurface expected(cairo_image_surface_create_from_png(path.c_str()));
-    ASSERT_EQ(cairo_surface_status(expected.get()), CAIRO_STATUS_SUCCESS)
-        << path << " is missing: run with ORVANE_UPDATE_GOLDEN=1 to draw it";
-    ASSERT_EQ(cairo_image_surface_get_width(expected.get()), kWidth);
-    ASSERT_EQ(cairo_image_surface_get_height(expected.get()), kHeight);
-    const unsigned char* want = cairo_image_surface_get_data(expected.get());
-    const int stride = cairo_image_surface_get_stride(expected.get());
-    // Rasterisers may differ by a few steps at glyph edges; a misplaced or missing line
-    // changes thousands of pixels.
-    int differing = 0;
-    int inked = 0;
-    for (int y = 0; y < kHeight; ++y) {
-        const unsigned char* got = lock.data() + y * frame->bytesPerRow();
-        const unsigned char* exp = want + y * stride;
-        for (int x = 0; x < kWidth; ++x) {
-            bool differs = false;
-            bool ink = false;
-            for (int ch = 0; ch < 3; ++ch) {
-                differs = differs || std::abs(got[x * 4 + ch] - exp[x * 4 + ch]) > 24;
-                ink = ink || exp[x * 4 + ch] != 0x70;
-            }
-            differing += differs ? 1 : 0;
-            inked += ink ? 1 : 0;
-        }
-    }
-    EXPECT_GT(inked, 500) << "the expected picture holds no stamp";
-    EXPECT_LE(differing, kWidth * kHeight / 500) << differing << " pixels differ from " << path;
+    EXPECT_GT(compared->inked, 500) << "the expected picture holds no stamp";
+    EXPECT_LE(compared->differing, kWidth * kHeight / 500);
 }
 
 INSTANTIATE_TEST_SUITE_P(

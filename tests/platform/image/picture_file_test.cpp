@@ -1,9 +1,8 @@
-// Pictures read from PNG and JPEG files and written as PNG, through libpng and libjpeg-turbo.
+// Pictures read from PNG and JPEG files and written as PNG, all at once.
 #include "platform/image/picture_file.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <turbojpeg.h>
 
 #include <filesystem>
 #include <fstream>
@@ -45,31 +44,6 @@ TEST_F(PictureFileTest, APngKeepsItsPixelsAndTranslucencyThroughWriteAndRead) {
     }
     // Written all at once: nothing is left beside the file.
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
-}
-
-TEST_F(PictureFileTest, AJpegIsReadWhateverItsName) {
-    std::vector<unsigned char> rgb(8 * 8 * 3);
-    for (std::size_t i = 0; i < rgb.size(); i += 3) {
-        rgb[i] = 20;
-        rgb[i + 1] = 120;
-        rgb[i + 2] = 220;
-    }
-    tjhandle encoder = tjInitCompress();
-    unsigned char* jpeg = nullptr;
-    unsigned long size = 0;
-    ASSERT_EQ(tjCompress2(encoder, rgb.data(), 8, 0, 8, TJPF_RGB, &jpeg, &size, TJSAMP_444, 95, 0),
-              0);
-    writeBytes(folder / "logo.png", std::string(reinterpret_cast<char*>(jpeg), size));
-    tjFree(jpeg);
-    tjDestroy(encoder);
-
-    const PictureRead read = readPicture(folder / "logo.png");
-    ASSERT_TRUE(read.picture) << read.problem;
-    EXPECT_EQ(read.picture->width, 8);
-    EXPECT_NEAR(read.picture->rgba[0], 20, 3);
-    EXPECT_NEAR(read.picture->rgba[1], 120, 3);
-    EXPECT_NEAR(read.picture->rgba[2], 220, 3);
-    EXPECT_EQ(read.picture->rgba[3], 255);
 }
 
 TEST_F(PictureFileTest, WhatIsNotAPictureIsRefusedByName) {
