@@ -188,13 +188,14 @@ TEST_F(OrvaneBinaryTest, FrameDrawsAPhotoInPlaceOfTheCamera) {
                                  }()};
     ASSERT_EQ(platform::writePictureAsPng(blue, folder / "blue.png"), std::nullopt);
     const fs::path picture = folder / "frame.png";
-    const auto frame = run("frame --synthetic 640x360 --photo '" + (folder / "blue.png").string() +
-                           "' --out '" + picture.string() + "'");
+    const auto frame = run("frame --synthetic 640x360 --position 0 --photo '" +
+                           (folder / "blue.png").string() + "' --out '" + picture.string() + "'");
     ASSERT_EQ(frame.status, 0) << frame.err;
     const auto read = platform::readPicture(picture);
     ASSERT_TRUE(read.picture) << read.problem;
-    // The photo fills the frame: its middle and its lower corners are the photo's blue.
-    for (const std::size_t at : {(180u * 640 + 320) * 4, (350u * 640 + 10) * 4}) {
+    // The photo fills the frame: below the stamp, which stands top left within its margins,
+    // both lower corners are the photo's blue.
+    for (const std::size_t at : {(350u * 640 + 10) * 4, (350u * 640 + 630) * 4}) {
         EXPECT_EQ(read.picture->rgba[at], 0);
         EXPECT_EQ(read.picture->rgba[at + 2], 255);
     }
@@ -249,7 +250,8 @@ TEST_F(OrvaneBinaryTest, ALogoSetIsDrawnUntilTurnedOffAndABadPictureChangesNothi
 TEST_F(OrvaneBinaryTest, FrameDrawsTheMapOfItsPositionWhenTheMapIsOn) {
     const fs::path picture = folder / "frame.png";
     const std::string frame =
-        "frame --synthetic 640x360 --position 2 --lat 51.3811 --lon -2.359 "
+        "frame --synthetic 640x360 --position 2 --time 2024-02-10T12:00:00Z "
+        "--lat 51.3811 --lon -2.359 "
         "--out '" +
         picture.string() + "'";
     // Text top right: the map takes the top left corner, 0.3 of the frame's height.
