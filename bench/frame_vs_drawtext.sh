@@ -26,7 +26,7 @@ ORVANE_BENCH_WRITE_DIR="$work" "$bench" --benchmark_filter='^BM_FramePass/(copy|
 compare() {
     local name=$1 size=$2 frames=$3
     local ours
-    ours=$("$bench" --benchmark_filter="^BM_FramePass/$name\$" --benchmark_repetitions=5 \
+    ours=$("$bench" --benchmark_filter="^BM_FramePass/$name/" --benchmark_repetitions=5 \
         --benchmark_report_aggregates_only=true --benchmark_format=json |
         python3 -c 'import json,sys; d=json.load(sys.stdin)
 b = next(b for b in d["benchmarks"] if b["name"].endswith("_median"))
