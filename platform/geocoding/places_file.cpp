@@ -209,6 +209,16 @@ void PlaceIndex::buildTree(std::size_t begin, std::size_t end, int axis) {
     buildTree(middle + 1, end, (axis + 1) % 3);
 }
 
+namespace {
+
+// The squared chord between a tree point and a point on the unit sphere.
+double squaredChordTo(double x, double y, double z, const double point[3]) {
+    const double dx = x - point[0], dy = y - point[1], dz = z - point[2];
+    return dx * dx + dy * dy + dz * dz;
+}
+
+}  // namespace
+
 void PlaceIndex::search(std::size_t begin, std::size_t end, int axis, const double point[3],
                         double& best, std::uint32_t& bestPlace) const {
     if (begin >= end) {
@@ -216,8 +226,7 @@ void PlaceIndex::search(std::size_t begin, std::size_t end, int axis, const doub
     }
     const std::size_t middle = begin + (end - begin) / 2;
     const TreePoint& node = _tree[middle];
-    const double dx = node.x - point[0], dy = node.y - point[1], dz = node.z - point[2];
-    const double squared = dx * dx + dy * dy + dz * dz;
+    const double squared = squaredChordTo(node.x, node.y, node.z, point);
     if (squared < best || (squared == best && node.place < bestPlace)) {
         best = squared;
         bestPlace = node.place;
@@ -257,8 +266,7 @@ void PlaceIndex::collect(std::size_t begin, std::size_t end, int axis, const dou
     }
     const std::size_t middle = begin + (end - begin) / 2;
     const TreePoint& node = _tree[middle];
-    const double dx = node.x - point[0], dy = node.y - point[1], dz = node.z - point[2];
-    const double squared = dx * dx + dy * dy + dz * dz;
+    const double squared = squaredChordTo(node.x, node.y, node.z, point);
     if (squared <= squaredChord) {
         found.push_back({node.place, squared});
     }
